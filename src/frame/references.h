@@ -1,0 +1,79 @@
+#pragma once
+
+// Counted references to the host's things, released when their holder ends.
+
+#include <utility>
+
+#include "frame/host_calls.h"
+
+namespace trv {
+
+/// Holds one reference to an object of the host's, or nil.
+class ObjectReference {
+  public:
+    ObjectReference() = default;
+    /// Takes over a reference that the caller owns.
+    explicit ObjectReference(HostObject owned) : object_(owned) {}
+    ObjectReference(ObjectReference&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    ObjectReference& operator=(ObjectReference&& other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~ObjectReference() {
+        if (object_ != nullptr) host::REALUnlockObject(object_);
+    }
+
+    /// A further reference to an object that somebody else holds.
+    [[nodiscard]] static ObjectReference Share(HostObject object) {
+        if (object != nullptr) host::REALLockObject(object);
+        return ObjectReference(object);
+    }
+
+    [[nodiscard]] HostObject Get() const { return object_; }
+    /// Hands the reference to the caller.
+    [[nodiscard]] HostObject Release() { return std::exchange(object_, nullptr); }
+    explicit operator bool() const { return object_ != nullptr; }
+
+  private:
+    HostObject object_ = nullptr;
+};
+
+/// Holds one reference to a string of the host's, or nil.
+class StringReference {
+  public:
+    StringReference() = default;
+    /// Takes over a reference that the caller owns.
+    explicit StringReference(HostString owned) : string_(owned) {}
+    StringReference(StringReference&& other) noexcept : string_(std::exchange(other.string_, nullptr)) {}
+    StringReference& operator=(StringReference&& other) noexcept {
+        std::swap(string_, other.string_);
+        return *this;
+    }
+    ~StringReference() {
+        if (string_ != nullptr) host::REALUnlockString(string_);
+    }
+
+    [[nodiscard]] HostString Get() const { return string_; }
+    [[nodiscard]] HostString Release() { return std::exchange(string_, nullptr); }
+
+  private:
+    HostString string_ = nullptr;
+};
+
+/// Stores `object` in a slot that holds one reference: the new one is taken before the old one is released,
+/// so that a slot can be given what it already holds.
+inline void AssignReference(HostObject& slot, HostObject object) {
+    if (object != nullptr) host::REALLockObject(object);
+    const HostObject old = std::exchange(slot, object);
+    if (old != nullptr) host::REALUnlockObject(old);
+}
+
+/// Releases what a slot holds and clears it.
+inline void ClearReference(HostObject& slot) {
+    if (const HostObject old = std::exchange(slot, nullptr)) host::REALUnlockObject(old);
+}
+inline void ClearReference(HostString& slot) {
+    if (const HostString old = std::exchange(slot, nullptr)) host::REALUnlockString(old);
+}
+
+}  // namespace trv

@@ -1,0 +1,19 @@
+#pragma once
+
+// Memory straight from the system: blocks that start out zeroed, and the size of a page.
+
+#include <cstdint>
+
+namespace trv {
+
+/// A zeroed block of `bytes` bytes, aligned for any scalar, released with FreeZeroed by whoever holds it.
+/// Nil for a size below 1 and when the system has no memory.
+[[nodiscard]] void* AllocateZeroed(int64_t bytes);
+
+/// Releases a block of AllocateZeroed; nil is allowed.
+void FreeZeroed(void* block);
+
+/// Bytes in a page of virtual memory.
+[[nodiscard]] int64_t PageSize();
+
+}  // namespace trv

@@ -1,0 +1,21 @@
+#include "platform/memory.h"
+
+#include <windows.h>
+
+namespace trv {
+
+void* AllocateZeroed(int64_t bytes) {
+    return bytes < 1 ? nullptr : GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, static_cast<SIZE_T>(bytes));
+}
+
+void FreeZeroed(void* block) {
+    if (block != nullptr) GlobalFree(block);
+}
+
+int64_t PageSize() {
+    SYSTEM_INFO info{};
+    GetSystemInfo(&info);
+    return info.dwPageSize;
+}
+
+}  // namespace trv
