@@ -19,82 +19,82 @@ enum MemberFlags : int32_t {
 };
 
 struct AttributeDefinition {
-    const char* name;
-    const char* value;
+    const char* name = nullptr;
+    const char* value = nullptr;
 };
 
 struct MethodDefinition {
-    void* function;
-    void* setter;
-    const char* declaration;
-    int32_t flags;
-    int64_t attributeCount;
-    const AttributeDefinition* attributes;
+    void* function = nullptr;
+    void* setter = nullptr;
+    const char* declaration = nullptr;
+    int32_t flags = 0;
+    int64_t attributeCount = 0;
+    const AttributeDefinition* attributes = nullptr;
 };
 static_assert(sizeof(MethodDefinition) == 48);
 
 /// A getter or setter of DirectAccess() has the host read or write the class data at byte `parameter`; a
 /// function is called with the parameter.
 struct PropertyDefinition {
-    const char* group;
-    const char* name;
-    const char* type;
-    int32_t flags;
-    void* getter;
-    void* setter;
-    int64_t parameter;
-    const char* editor;
-    int64_t enumCount;
-    const char* const* enumEntries;
-    int64_t attributeCount;
-    const AttributeDefinition* attributes;
+    const char* group = nullptr;
+    const char* name = nullptr;
+    const char* type = nullptr;
+    int32_t flags = 0;
+    void* getter = nullptr;
+    void* setter = nullptr;
+    int64_t parameter = 0;
+    const char* editor = nullptr;
+    int64_t enumCount = 0;
+    const char* const* enumEntries = nullptr;
+    int64_t attributeCount = 0;
+    const AttributeDefinition* attributes = nullptr;
 };
 static_assert(sizeof(PropertyDefinition) == 96);
 
 struct ConstantDefinition {
-    const char* declaration;
-    const char* defaultText;
-    int64_t value;
-    int64_t attributeCount;
-    const AttributeDefinition* attributes;
+    const char* declaration = nullptr;
+    const char* defaultText = nullptr;
+    int64_t value = 0;
+    int64_t attributeCount = 0;
+    const AttributeDefinition* attributes = nullptr;
 };
 static_assert(sizeof(ConstantDefinition) == 40);
 
 struct EventDefinition {
-    const char* declaration;
-    void* forSystemUse;  // written by the host, read by GetEventInstance
-    int64_t attributeCount;
-    const AttributeDefinition* attributes;
+    const char* declaration = nullptr;
+    void* forSystemUse = nullptr;  // written by the host, read by GetEventInstance
+    int64_t attributeCount = 0;
+    const AttributeDefinition* attributes = nullptr;
 };
 static_assert(sizeof(EventDefinition) == 32);
 
 struct ClassDefinition {
-    int32_t version;
-    const char* name;
-    const char* superName;
-    int64_t dataSize;
-    int64_t forSystemUse;  // written by the host: byte offset of the class data inside an object
-    void* constructor;
-    void* destructor;
-    PropertyDefinition* properties;
-    int64_t propertyCount;
-    MethodDefinition* methods;
-    int64_t methodCount;
-    EventDefinition* events;
-    int64_t eventCount;
-    void* eventInstances;
-    int64_t eventInstanceCount;
-    const char* interfaces;
-    const AttributeDefinition* attributes;
-    int64_t attributeCount;
-    ConstantDefinition* constants;
-    int64_t constantCount;
-    int32_t flags;
-    PropertyDefinition* sharedProperties;
-    int64_t sharedPropertyCount;
-    MethodDefinition* sharedMethods;
-    int64_t sharedMethodCount;
-    void* end;
+    int32_t version = 0;
+    const char* name = nullptr;
+    const char* superName = nullptr;
+    int64_t dataSize = 0;
+    int64_t forSystemUse = 0;  // written by the host: byte offset of the class data inside an object
+    void* constructor = nullptr;
+    void* destructor = nullptr;
+    PropertyDefinition* properties = nullptr;
+    int64_t propertyCount = 0;
+    MethodDefinition* methods = nullptr;
+    int64_t methodCount = 0;
+    EventDefinition* events = nullptr;
+    int64_t eventCount = 0;
+    void* eventInstances = nullptr;
+    int64_t eventInstanceCount = 0;
+    const char* interfaces = nullptr;
+    const AttributeDefinition* attributes = nullptr;
+    int64_t attributeCount = 0;
+    ConstantDefinition* constants = nullptr;
+    int64_t constantCount = 0;
+    int32_t flags = 0;
+    PropertyDefinition* sharedProperties = nullptr;
+    int64_t sharedPropertyCount = 0;
+    MethodDefinition* sharedMethods = nullptr;
+    int64_t sharedMethodCount = 0;
+    void* end = nullptr;
 };
 static_assert(offsetof(ClassDefinition, forSystemUse) == 32 && offsetof(ClassDefinition, properties) == 56 &&
               offsetof(ClassDefinition, events) == 88 && offsetof(ClassDefinition, attributes) == 128 &&

@@ -1,0 +1,143 @@
+#pragma once
+
+// The frame of every pixel loop: the tests, the clipping, the choice of the layout family, the walk over the
+// rows and the time given to the host. An operation strings the named steps together in its own order, which
+// differs between operations on purpose, and supplies only the work on a row.
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+#include "image/picture_record.h"
+#include "image/row_readers.h"
+
+namespace trv {
+
+/// A rectangle in pixels. Width and height can be 0 or negative, then nothing is inside.
+struct Rectangle {
+    int64_t x;
+    int64_t y;
+    int64_t width;
+    int64_t height;
+
+    [[nodiscard]] bool IsEmpty() const { return width <= 0 || height <= 0; }
+};
+
+/// A rectangle that moves between two images: where it lands, how large it is, where it comes from.
+struct RectanglePair {
+    int64_t destX;
+    int64_t destY;
+    int64_t width;
+    int64_t height;
+    int64_t sourceX;
+    int64_t sourceY;
+
+    [[nodiscard]] bool IsEmpty() const { return width <= 0 || height <= 0; }
+};
+
+[[nodiscard]] inline Rectangle WholeImage(const PictureTRV& image) {
+    return {0, 0, image.Width, image.Height};
+}
+
+/// Whether the image was constructed; says so in the log if not.
+[[nodiscard]] bool IsValid(const PictureTRV* image);
+
+/// Whether the image can be worked on: open, constructed, of a size. Gives the host its time first.
+[[nodiscard]] bool StartImage(PictureTRV* image);
+
+/// Clips a rectangle to the image: negative sizes turn around, then all four sides are cut. Never fails; the
+/// result may be empty, with a width or height that is 0 or negative.
+void Fix(const PictureTRV& image, Rectangle& rectangle);
+
+/// Clips a rectangle pair to the destination and to the size of the source. A negative source origin moves
+/// the destination along with it, while a negative destination origin moves the source the other way.
+void Fix(const PictureTRV& dest, RectanglePair& pair, int64_t sourceWidth, int64_t sourceHeight);
+
+/// The same against explicit limits, without turning negative sizes around; whether something is left.
+[[nodiscard]] bool Fix(RectanglePair& pair, int64_t sourceWidth, int64_t sourceHeight, int64_t destWidth,
+                       int64_t destHeight);
+
+/// Gives the host its time if the image's interval has passed. The host may run any code meanwhile.
+void Yield(PictureTRV* image);
+
+inline void YieldIfWanted(PictureTRV& image) {
+    if (image.YieldTicks != 0) Yield(&image);
+}
+
+/// Whether every byte of a pixel is one of the channels red, green, blue, gray, alpha, so that rows can be
+/// handled as bytes. CMYK layouts and mapped images never are.
+[[nodiscard]] bool IsPacked(const PictureTRV& image);
+
+/// The smallest offset among red, green, blue, gray, alpha, -1 if there is none: where a row's first pixel
+/// starts.
+[[nodiscard]] int64_t LowestChannelOffset(const PictureTRV& image);
+
+/// Whether two images have the same channels at the same places; gray and CMYK offsets are not compared.
+[[nodiscard]] bool SameLayout(const PictureTRV& a, const PictureTRV& b);
+
+/// A layout family: its channels, and the letters that complete an operation's name in diagnostics.
+template <Family kFamily, bool kAlpha>
+struct LayoutFamily {
+    static constexpr Family family = kFamily;
+    static constexpr bool hasAlpha = kAlpha;
+    static constexpr std::string_view letters = kFamily == Family::Gray  ? (kAlpha ? "GA" : "G")
+                                                : kFamily == Family::Rgb ? (kAlpha ? "RGBA" : "RGB")
+                                                                         : (kAlpha ? "CMYKA" : "CMYK");
+
+    /// The channels in the order of the letters, alpha last.
+    static constexpr auto channels = [] {
+        using enum Channel;
+        if constexpr (kFamily == Family::Gray && !kAlpha) return std::array{Gray};
+        if constexpr (kFamily == Family::Gray && kAlpha) return std::array{Gray, Alpha};
+        if constexpr (kFamily == Family::Rgb && !kAlpha) return std::array{Red, Green, Blue};
+        if constexpr (kFamily == Family::Rgb && kAlpha) return std::array{Red, Green, Blue, Alpha};
+        if constexpr (kFamily == Family::Cmyk && !kAlpha) return std::array{Cyan, Magenta, Yellow, Black};
+        if constexpr (kFamily == Family::Cmyk && kAlpha)
+            return std::array{Cyan, Magenta, Yellow, Black, Alpha};
+    }();
+
+    /// The offsets of the channels in `image`, in bytes from the address of a pixel.
+    [[nodiscard]] static std::array<int64_t, channels.size()> Offsets(const PictureTRV& image) {
+        std::array<int64_t, channels.size()> offsets{};
+        for (size_t i = 0; i < channels.size(); ++i)
+            offsets[i] = OffsetOf(image, channels[i]);
+        return offsets;
+    }
+};
+
+/// Calls `work` with the family of the given kind; false, without a call, if it is none of the six.
+template <class Work>
+bool DispatchFamily(bool gray, bool rgb, bool cmyk, bool alpha, Work&& work) {
+    const auto with = [&]<Family kFamily>() {
+        if (alpha) {
+            work(LayoutFamily<kFamily, true>{});
+        } else {
+            work(LayoutFamily<kFamily, false>{});
+        }
+        return true;
+    };
+    if (gray) return with.template operator()<Family::Gray>();
+    if (rgb) return with.template operator()<Family::Rgb>();
+    if (cmyk) return with.template operator()<Family::Cmyk>();
+    return false;
+}
+
+/// Calls `work` with the image's layout family; false, without a call, for an image outside the six families.
+template <class Work>
+bool DispatchFamily(const PictureTRV& image, Work&& work) {
+    return DispatchFamily(image.IsGray != 0, image.IsRGB != 0, image.IsCMYK != 0, image.HasAlpha != 0,
+                          std::forward<Work>(work));
+}
+
+/// Calls `work` with the address of each row from `y` on, for `height` rows, and gives the host its time
+/// behind each. A row that cannot be had is left out.
+template <class Work>
+void ForEachRow(PictureTRV& image, int64_t y, int64_t height, Work&& work) {
+    for (int64_t end = y + height; y < end; ++y) {
+        if (uint8_t* row = FetchRow(image, y)) work(row);
+        YieldIfWanted(image);
+    }
+}
+
+}  // namespace trv
