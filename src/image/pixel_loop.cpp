@@ -121,6 +121,11 @@ bool IsPacked(const PictureTRV& image) {
                          [&](Channel channel) { return Has(image, channel); }) == image.PixelSize;
 }
 
+int64_t PackedBytes(const PictureTRV& image, int64_t start, int64_t count) {
+    const bool late = start % image.PixelSize != 0;
+    return late ? std::clamp<int64_t>(image.RowSize - start, 0, count) : count;
+}
+
 int64_t LowestChannelOffset(const PictureTRV& image) {
     int64_t lowest = -1;
     for (const Channel channel : kColourChannels) {

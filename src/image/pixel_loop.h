@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "frame/fixed_text.h"
 #include "image/picture_record.h"
 #include "image/row_readers.h"
 
@@ -69,6 +70,11 @@ inline void YieldIfWanted(PictureTRV& image) {
 /// handled as bytes. CMYK layouts and mapped images never are.
 [[nodiscard]] bool IsPacked(const PictureTRV& image);
 
+/// How many bytes of a packed row, from byte `start` on, `count` bytes cover without leaving the row. An
+/// offset that a program has moved can make a packed pixel start late, and the last one must not reach into
+/// what lies behind.
+[[nodiscard]] int64_t PackedBytes(const PictureTRV& image, int64_t start, int64_t count);
+
 /// The smallest offset among red, green, blue, gray, alpha, -1 if there is none: where a row's first pixel
 /// starts.
 [[nodiscard]] int64_t LowestChannelOffset(const PictureTRV& image);
@@ -105,6 +111,21 @@ struct LayoutFamily {
         return offsets;
     }
 };
+
+/// The label of a stage of one family: the operation's name followed by the family's letters.
+template <FixedText kName, class F>
+[[nodiscard]] const char* FamilyLabel() {
+    static constexpr auto label = [] {
+        std::array<char, kName.View().size() + F::letters.size() + 1> text{};
+        size_t length = 0;
+        for (const char c : kName.View())
+            text[length++] = c;
+        for (const char c : F::letters)
+            text[length++] = c;
+        return text;
+    }();
+    return label.data();
+}
 
 /// Calls `work` with the family of the given kind; false, without a call, if it is none of the six.
 template <class Work>

@@ -2,6 +2,7 @@
 
 // Time and chance: the tick count that paces yields, and random values for noise.
 
+#include <cstddef>
 #include <cstdint>
 
 namespace trv {
@@ -9,11 +10,12 @@ namespace trv {
 /// Milliseconds of a monotonic clock with an arbitrary start, modulo 2^32.
 [[nodiscard]] uint32_t TickCount();
 
-/// Fills `value` from the system's strong generator; false if it has none to give.
-[[nodiscard]] bool SecureRandom(uint32_t& value);
+/// Fills `count` bytes from the system's strong generator; false, with nothing promised about the bytes, if
+/// it has none to give.
+[[nodiscard]] bool SecureRandomBytes(uint8_t* bytes, size_t count);
 
-/// Seeds the process's plain generator, the fallback behind SecureRandom, from the time in seconds plus 17
-/// times the process identifier (a 32-bit product, a 32-bit sum).
+/// Seeds the process's plain generator, the fallback behind SecureRandomBytes, from the time in seconds plus
+/// 17 times the process identifier (a 32-bit product, a 32-bit sum).
 void SeedPlainRandom();
 
 /// A value of the process's plain generator.

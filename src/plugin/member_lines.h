@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "frame/class_tables.h"
+#include "frame/fixed_text.h"
 #include "frame/host_types.h"
 
 namespace trv::member_lines {
@@ -109,19 +110,9 @@ constexpr Signature SignatureOfFunction(R (*)(A...)) {
     return signature;
 }
 
-/// A declaration as a template argument.
-template <size_t N>
-struct Text {
-    char characters[N]{};
-    consteval Text(const char (&text)[N]) {  // NOLINT(google-explicit-constructor): stands for the literal
-        for (size_t i = 0; i < N; ++i)
-            characters[i] = text[i];
-    }
-};
-
 /// The declared signature with what every call starts with (the object, for a method) and ends with (the
 /// value assigned, for a setter, which gives no result).
-template <Text kDeclaration>
+template <FixedText kDeclaration>
 consteval Signature Expected(bool hasObject, bool isSetter) {
     const Signature declared = SignatureOfDeclaration(kDeclaration.characters);
     Signature signature;
@@ -133,7 +124,7 @@ consteval Signature Expected(bool hasObject, bool isSetter) {
     return signature;
 }
 
-template <Text kDeclaration, auto kFunction, auto kSetter, bool kHasObject>
+template <FixedText kDeclaration, auto kFunction, auto kSetter, bool kHasObject>
 MethodDefinition Member(int32_t flags) {
     static_assert(SignatureOfFunction(kFunction) == Expected<kDeclaration>(kHasObject, false));
     void* setter = nullptr;
@@ -151,19 +142,19 @@ MethodDefinition Member(int32_t flags) {
 }
 
 /// A method of an object.
-template <Text kDeclaration, auto kFunction, auto kSetter = nullptr>
+template <FixedText kDeclaration, auto kFunction, auto kSetter = nullptr>
 MethodDefinition Method() {
     return Member<kDeclaration, kFunction, kSetter, true>(kOrdinary);
 }
 
 /// A method that takes or gives a host picture, which older hosts do not have.
-template <Text kDeclaration, auto kFunction>
+template <FixedText kDeclaration, auto kFunction>
 MethodDefinition PictureMethod() {
     return Member<kDeclaration, kFunction, nullptr, true>(kSinceHost2010);
 }
 
 /// A method of the class.
-template <Text kDeclaration, auto kFunction>
+template <FixedText kDeclaration, auto kFunction>
 MethodDefinition SharedMethod() {
     return Member<kDeclaration, kFunction, nullptr, false>(kOrdinary);
 }

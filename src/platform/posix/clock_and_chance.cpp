@@ -1,5 +1,6 @@
 #include "platform/clock_and_chance.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <sys/random.h>
@@ -14,15 +15,13 @@ uint32_t TickCount() {
                                  static_cast<uint64_t>(now.tv_nsec) / 1'000'000);
 }
 
-bool SecureRandom(uint32_t& value) {
-    // A system call for each value would cost more than the pixel it fills, so values are drawn in stretches.
-    thread_local uint32_t pool[64];
-    thread_local size_t left = 0;
-    if (left == 0) {
-        if (getrandom(pool, sizeof pool, 0) != static_cast<ssize_t>(sizeof pool)) return false;
-        left = sizeof pool / sizeof pool[0];
+bool SecureRandomBytes(uint8_t* bytes, size_t count) {
+    // The system never cuts requests of up to 256 bytes short.
+    for (size_t done = 0; done < count;) {
+        const size_t wanted = std::min<size_t>(count - done, 256);
+        if (getrandom(bytes + done, wanted, 0) != static_cast<ssize_t>(wanted)) return false;
+        done += wanted;
     }
-    value = pool[--left];
     return true;
 }
 

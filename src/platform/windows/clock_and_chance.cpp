@@ -1,7 +1,9 @@
 #define _CRT_RAND_S  // rand_s is declared only on request
 #include "platform/clock_and_chance.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <windows.h>
 
@@ -11,10 +13,14 @@ uint32_t TickCount() {
     return GetTickCount();
 }
 
-bool SecureRandom(uint32_t& value) {
-    unsigned int drawn = 0;
-    if (rand_s(&drawn) != 0) return false;
-    value = drawn;
+bool SecureRandomBytes(uint8_t* bytes, size_t count) {
+    for (size_t done = 0; done < count;) {
+        unsigned int drawn = 0;
+        if (rand_s(&drawn) != 0) return false;
+        const size_t wanted = std::min(count - done, sizeof drawn);
+        std::memcpy(bytes + done, &drawn, wanted);
+        done += wanted;
+    }
     return true;
 }
 

@@ -1,0 +1,249 @@
+// The class PictureTRV as the host sees it: one line a member, in the order of the host's table.
+
+#include <cstddef>
+#include <iterator>
+
+#include "image/life_cycle.h"
+#include "image/mapped_image.h"
+#include "image/picture_factory.h"
+#include "image/properties.h"
+#include "pixelops/fill.h"
+#include "plugin/class_definitions.h"
+#include "plugin/member_lines.h"
+
+namespace trv {
+
+namespace {
+
+using member_lines::Method;
+using member_lines::PictureMethod;
+using member_lines::SharedMethod;
+
+// Properties
+// -----------------------------------------------------------------------------------------------------
+
+/// A field that the host reads directly.
+PropertyDefinition Field(const char* name, const char* type, size_t offset,
+                         int32_t flags = kOrdinaryProperty) {
+    return {.name = name,
+            .type = type,
+            .flags = flags,
+            .getter = DirectAccess(),
+            .parameter = static_cast<int64_t>(offset)};
+}
+
+/// A field that the host reads and writes directly.
+PropertyDefinition OpenField(const char* name, const char* type, size_t offset,
+                             int32_t flags = kOrdinaryProperty) {
+    PropertyDefinition property = Field(name, type, offset, flags);
+    property.setter = DirectAccess();
+    return property;
+}
+
+/// A channel offset: read directly, written through the range check.
+PropertyDefinition Offset(const char* name, size_t offset) {
+    PropertyDefinition property = Field(name, "Integer", offset);
+    property.setter = TableFunction(SetChannelOffset);
+    return property;
+}
+
+/// A property with a function to read it.
+PropertyDefinition Computed(const char* name, const char* type, void* getter,
+                            int32_t flags = kOrdinaryProperty) {
+    return {.name = name, .type = type, .flags = flags, .getter = getter};
+}
+
+/// A 64-bit field behind a function.
+PropertyDefinition Int64Field(const char* name, size_t offset, void* setter = nullptr) {
+    return {.name = name,
+            .type = "Int64",
+            .flags = kOrdinaryProperty,
+            .getter = TableFunction(GetInt64Field),
+            .setter = setter,
+            .parameter = static_cast<int64_t>(offset)};
+}
+
+#define TRV_FIELD(name, type) Field(#name, type, offsetof(PictureTRV, name))
+#define TRV_OFFSET(name) Offset(#name, offsetof(PictureTRV, name))
+
+PropertyDefinition properties[] = {
+    TRV_FIELD(MappingFirstRow, "Integer"),
+    TRV_FIELD(MappingLastRow, "Integer"),
+    TRV_FIELD(MappingRows, "Integer"),
+    OpenField("YieldTicks", "Integer", offsetof(PictureTRV, YieldTicks)),
+    TRV_OFFSET(RedOffset),
+    TRV_OFFSET(GreenOffset),
+    TRV_OFFSET(BlueOffset),
+    TRV_OFFSET(GrayOffset),
+    TRV_OFFSET(AlphaOffset),
+    TRV_FIELD(Width, "Integer"),
+    TRV_FIELD(Height, "Integer"),
+    TRV_FIELD(UnclippedHeight, "Integer"),
+    TRV_FIELD(PixelSize, "Integer"),
+    TRV_FIELD(BitsPerComponent, "Integer"),
+    TRV_FIELD(RowSize, "Integer"),
+    TRV_FIELD(ImageFormat, "Integer"),
+    Computed("ImageFormatString", "String", TableFunction(GetImageFormatString)),
+    TRV_FIELD(RowOffset, "Integer"),
+    OpenField("DebugPictureEnabled", "Boolean", offsetof(PictureTRV, DebugPictureEnabled),
+              kOrdinaryPropertySinceHost2010),
+    TRV_FIELD(IsGray, "Boolean"),
+    TRV_FIELD(IsRGB, "Boolean"),
+    TRV_FIELD(HasGreen, "Boolean"),
+    TRV_FIELD(HasRed, "Boolean"),
+    TRV_FIELD(HasBlue, "Boolean"),
+    TRV_FIELD(HasGray, "Boolean"),
+    TRV_FIELD(HasAlpha, "Boolean"),
+    TRV_FIELD(Valid, "Boolean"),
+    TRV_FIELD(IsMapping, "Boolean"),
+    TRV_FIELD(ChannelCount, "Integer"),
+    TRV_FIELD(IsCMYK, "Boolean"),
+    TRV_FIELD(HasCyan, "Boolean"),
+    TRV_FIELD(HasYellow, "Boolean"),
+    TRV_FIELD(HasMagenta, "Boolean"),
+    TRV_FIELD(HasBlack, "Boolean"),
+    TRV_FIELD(CyanOffset, "Integer"),
+    TRV_FIELD(YellowOffset, "Integer"),
+    TRV_FIELD(MagentaOffset, "Integer"),
+    TRV_FIELD(BlackOffset, "Integer"),
+    TRV_FIELD(Channel, "String"),
+    TRV_FIELD(Parent, "PictureTRV"),
+    OpenField("Factory", "PictureFactoryTRV", offsetof(PictureTRV, Factory)),
+    Field("Target", "Picture", offsetof(PictureTRV, Target), kOrdinaryPropertySinceHost2010),
+    Computed("Memory", "MemoryBlock", TableFunction(GetMemory)),
+    TRV_FIELD(MemoryTarget, "MemoryBlock"),
+    TRV_FIELD(FilePath, "String"),
+    Int64Field("MappingBlockSize", offsetof(PictureTRV, memblocksize), TableFunction(SetMappingBlockSize)),
+    Int64Field("TotalSize", offsetof(PictureTRV, TotalSize)),
+};
+
+constexpr AttributeDefinition kHidden[] = {{.name = "Hidden", .value = ""}};
+
+PropertyDefinition sharedProperties[] = {
+    {.name = "Debugging",
+     .type = "Boolean",
+     .flags = kSharedProperty,
+     .getter = TableFunction(GetDebugging),
+     .setter = TableFunction(SetDebugging),
+     .attributeCount = std::size(kHidden),
+     .attributes = kHidden},
+};
+
+// Constants
+// ------------------------------------------------------------------------------------------------------
+
+ConstantDefinition constants[] = {
+    {.declaration = "ImageFormatUnknown", .value = ImageFormatUnknown},
+#define TRV_FORMAT(constant, code, letters) {.declaration = #constant, .value = (code)},
+#define TRV_FORMAT_ALIAS(constant, code) {.declaration = #constant, .value = (code)},
+#include "image/image_formats.inc"
+#undef TRV_FORMAT
+#undef TRV_FORMAT_ALIAS
+    {.declaration = "ScaleTriangle", .value = 1},
+    {.declaration = "ScaleBox", .value = 2},
+    {.declaration = "ScaleLanczos3", .value = 3},
+    {.declaration = "ScaleLanczos8", .value = 4},
+    {.declaration = "ScaleMitchell", .value = 5},
+    {.declaration = "ScalePoly3", .value = 6},
+    {.declaration = "ScaleCubic", .value = 7},
+    {.declaration = "DitherMagic2x2Matrix", .value = 1},
+    {.declaration = "DitherMagic4x4Matrix", .value = 2},
+    {.declaration = "DitherOrdered4x4Matrix", .value = 3},
+    {.declaration = "DitherLines4x4Matrix", .value = 4},
+    {.declaration = "Dither90Halftone6x6Matrix", .value = 5},
+    {.declaration = "DitherOrdered6x6Matrix", .value = 6},
+    {.declaration = "DitherOrdered8x8Matrix", .value = 7},
+    {.declaration = "DitherCluster3Matrix", .value = 8},
+    {.declaration = "DitherCluster4Matrix", .value = 9},
+    {.declaration = "DitherCluster8Matrix", .value = 10},
+};
+
+// Methods
+// --------------------------------------------------------------------------------------------------------
+
+MethodDefinition methods[] = {
+    Method<"ClearCache", rbClearCache>(),
+    Method<"CreatePictureTRV(width as integer, height as integer, ImageFormat as integer) as PictureTRV",
+           CreatePictureLocal>(),
+    Method<"Constructor(width as integer, height as integer, ImageFormat as integer)", ImageConstructor>(),
+    Method<"Constructor(Buf as MemoryBlock, width as integer, height as integer, ImageFormat as integer, "
+           "RowSize as "
+           "integer)",
+           ImageConstructorMemory>(),
+    Method<"Close", ImageDestructor>(),
+    Method<"Clone as PictureTRV", rbClone>(),
+    Method<"ClearRect", rbClearRectAll>(),
+    Method<"ClearRect(x as integer, y as integer, width as integer, height as integer)", rbClearRect>(),
+    Method<"FillRect(Value as integer)", rbFillRectAll>(),
+    Method<"FillRect(Value as integer, Alpha as Integer)", rbFillRectAlphaAll>(),
+    Method<"FillRect(x as integer, y as integer, width as integer, height as integer, Value as integer)",
+           rbFillRect>(),
+    Method<"FillRect(x as integer, y as integer, width as integer, height as integer, Value as integer, "
+           "Alpha as "
+           "Integer)",
+           rbFillRectAlpha>(),
+    Method<"FillRectRandom", rbFillRectRandomAll>(),
+    Method<"FillRectRandom(x as integer, y as integer, width as integer, height as integer)",
+           rbFillRectRandom>(),
+    Method<"FillRectRGB(red as integer, green as integer, blue as integer)", rbFillRectRGBAll>(),
+    Method<"FillRectRGB(red as integer, green as integer, blue as integer, alpha as integer)",
+           rbFillRectRGBAAll>(),
+    Method<"FillRectRGB(x as integer, y as integer, width as integer, height as integer, red as integer, "
+           "green as "
+           "integer, blue as integer)",
+           rbFillRectRGB>(),
+    Method<"FillRectRGB(x as integer, y as integer, width as integer, height as integer, red as integer, "
+           "green as "
+           "integer, blue as integer, alpha as integer)",
+           rbFillRectRGBA>(),
+    Method<"FillRectRGB(FillColor as color)", rbFillRectColorAll>(),
+    Method<"FillRectRGB(FillColor as color, alpha as integer)", rbFillRectColorAlphaAll>(),
+    Method<"FillRectRGB(x as integer, y as integer, width as integer, height as integer, FillColor as color)",
+           rbFillRectColor>(),
+    Method<"FillRectRGB(x as integer, y as integer, width as integer, height as integer, FillColor as color, "
+           "alpha as "
+           "integer)",
+           rbFillRectColorAlpha>(),
+    Method<"FillRectApply(red as integer, green as integer, blue as integer, alpha as integer) as boolean",
+           rbFillRectApplyAll>(),
+    Method<"FillRectApply(x as integer, y as integer, width as integer, height as integer, red as integer, "
+           "green as "
+           "integer, blue as integer, alpha as integer) as boolean",
+           rbFillRectApply>(),
+    Method<"FillRectApply(FillColor as color, alpha as integer) as boolean", rbFillRectApplyColorAll>(),
+    Method<"FillRectApply(x as integer, y as integer, width as integer, height as integer, FillColor as "
+           "color, alpha as "
+           "integer) as boolean",
+           rbFillRectApplyColor>(),
+};
+
+MethodDefinition sharedMethods[] = {
+    SharedMethod<
+        "CreatePictureTRV(width as integer, height as integer, theImageFormat as integer) as PictureTRV",
+        CreatePictureGlobal>(),
+    SharedMethod<"CalculateMemory(width as integer, height as integer, theImageFormat as integer) as Int64",
+                 rbCalculateMemory>(),
+    SharedMethod<
+        "CanAllocateImage(width as integer, height as integer, theImageFormat as integer) as boolean",
+        rbCanAllocateImage>(),
+};
+
+}  // namespace
+
+void RegisterPicture() {
+    pictureClass.destructor = TableFunction(ImageDestructor);
+    pictureClass.properties = properties;
+    pictureClass.propertyCount = std::size(properties);
+    pictureClass.methods = methods;
+    pictureClass.methodCount = std::size(methods);
+    pictureClass.constants = constants;
+    pictureClass.constantCount = std::size(constants);
+    pictureClass.sharedProperties = sharedProperties;
+    pictureClass.sharedPropertyCount = std::size(sharedProperties);
+    pictureClass.sharedMethods = sharedMethods;
+    pictureClass.sharedMethodCount = std::size(sharedMethods);
+    FormatConstants(constants, std::size(constants));
+    RegisterClass(pictureClass);
+}
+
+}  // namespace trv
