@@ -1,0 +1,127 @@
+#include "platform/file_mapping.h"
+
+#include <cstring>
+#include <cwchar>
+#include <memory>
+#include <new>
+#include <windows.h>
+
+namespace trv {
+
+namespace {
+
+HANDLE Handle(intptr_t handle) {
+    return reinterpret_cast<HANDLE>(handle);
+}
+
+/// Closes a handle, but not kNoHandle, which the system takes for a name of the process.
+bool Close(intptr_t handle) {
+    if (handle != kNoHandle) return CloseHandle(Handle(handle)) != 0;
+    SetLastError(ERROR_INVALID_HANDLE);
+    return false;
+}
+
+/// The path in the system's own encoding; a path of more than 260 units is marked as a long one, which the
+/// system otherwise refuses. Null, with the reason as the last error, if it cannot be had.
+std::unique_ptr<wchar_t[]> WidePath(const char* path) {
+    static constexpr wchar_t kPrefix[] = L"\\\\?\\";
+    static constexpr size_t kPrefixUnits = 4;
+    static constexpr size_t kLongestPlainPath = 260;
+    if (path == nullptr) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    const int units = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, nullptr, 0);
+    if (units < 1) return nullptr;
+    const size_t room = static_cast<size_t>(units) + kPrefixUnits;
+    std::unique_ptr<wchar_t[]> wide(new (std::nothrow) wchar_t[room]);
+    if (wide == nullptr) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+    MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, wide.get(), units);
+    const size_t length = static_cast<size_t>(units) - 1;
+    if (length > kLongestPlainPath && std::wcsncmp(wide.get(), kPrefix, kPrefixUnits) != 0) {
+        std::memmove(wide.get() + kPrefixUnits, wide.get(), static_cast<size_t>(units) * sizeof(wchar_t));
+        std::memcpy(wide.get(), kPrefix, kPrefixUnits * sizeof(wchar_t));
+    }
+    return wide;
+}
+
+/// Sets the file's length; the position goes with it.
+bool SetFileSize(intptr_t file, int64_t bytes) {
+    LARGE_INTEGER position{};
+    position.QuadPart = bytes;
+    return SetFilePointerEx(Handle(file), position, nullptr, FILE_BEGIN) != 0 &&
+           SetEndOfFile(Handle(file)) != 0;
+}
+
+DWORD HighHalf(int64_t value) {
+    return static_cast<DWORD>(static_cast<uint64_t>(value) >> 32);
+}
+
+DWORD LowHalf(int64_t value) {
+    return static_cast<DWORD>(static_cast<uint64_t>(value) & 0xFFFFFFFFU);
+}
+
+}  // namespace
+
+intptr_t OpenScratchFile(const char* path) {
+    const auto wide = WidePath(path);
+    if (wide == nullptr) return kNoHandle;
+    return reinterpret_cast<intptr_t>(CreateFileW(wide.get(), GENERIC_READ | GENERIC_WRITE,
+                                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
+                                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+bool GrowFile(intptr_t file, int64_t bytes) {
+    const int64_t size = FileSize(file);
+    return size >= 0 && (size >= bytes || SetFileSize(file, bytes));
+}
+
+bool CutFile(intptr_t file) {
+    return SetFileSize(file, 0);
+}
+
+int64_t FileSize(intptr_t file) {
+    LARGE_INTEGER size{};
+    return GetFileSizeEx(Handle(file), &size) != 0 ? size.QuadPart : -1;
+}
+
+bool CloseFile(intptr_t file) {
+    return Close(file);
+}
+
+bool RemoveFile(const char* path) {
+    const auto wide = WidePath(path);
+    return wide != nullptr && DeleteFileW(wide.get()) != 0;
+}
+
+intptr_t CreateMapping(intptr_t file, int64_t bytes) {
+    if (bytes < 1) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return kNoHandle;
+    }
+    const HANDLE mapping =
+        CreateFileMappingW(Handle(file), nullptr, PAGE_READWRITE, HighHalf(bytes), LowHalf(bytes), nullptr);
+    return mapping == nullptr ? kNoHandle : reinterpret_cast<intptr_t>(mapping);
+}
+
+bool CloseMapping(intptr_t mapping) {
+    return Close(mapping);
+}
+
+void* MapView(intptr_t mapping, int64_t offset, int64_t bytes) {
+    if (offset < 0 || offset % kViewAlignment != 0 || bytes < 1) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    return MapViewOfFile(Handle(mapping), FILE_MAP_READ | FILE_MAP_WRITE, HighHalf(offset), LowHalf(offset),
+                         static_cast<SIZE_T>(bytes));
+}
+
+bool UnmapView(void* base, int64_t /*bytes*/) {
+    return UnmapViewOfFile(base) != 0;
+}
+
+}  // namespace trv
