@@ -75,7 +75,7 @@ class Host {
     Host& operator=(const Host&) = delete;
 
     /// Calls `REALPluginMain` of a library loaded with Start::Later; again, if asked again.
-    void Start(bool nullResolver = false);
+    void Connect(bool nullResolver = false);
     /// An exported symbol of the library, or null.
     void* Symbol(const char* name) const;
     /// The options in force. Changes count from the next look-up on: an entry taken out of missingEntries
@@ -104,6 +104,8 @@ class Host {
     /// The argument of the last `RegisterPluginVersion`, and how often that was called is
     /// Calls("RegisterPluginVersion").
     std::optional<int32_t> SdkVersion() const;
+    /// What was given to a registering entry ("PluginRegisterModule"), in order, as the plug-in's own memory.
+    std::vector<const void*> Definitions(std::string_view entry) const;
     /// Runs at each `REALYieldToRB`, where a program's event loop would run; may call the plug-in again.
     void OnYield(std::function<void()> action);
 
@@ -217,8 +219,8 @@ class Host {
     /// lacks.
     Picture NewPicture(int64_t width, int64_t height, PictureStorage storage = PictureStorage::Default,
                        bool alpha = false) const;
-    /// Loads an image file, by its content. The picture has alpha when the file has. Throws
-    /// std::runtime_error with a one-line text that names the file and the reason.
+    /// Loads an image file, by its content. The picture has alpha when a pixel of the file is not opaque.
+    /// Throws std::runtime_error with a one-line text that names the file and the reason.
     Picture LoadPicture(const std::filesystem::path& file,
                         PictureStorage storage = PictureStorage::Default) const;
     /// An object of PictureFactoryTRV itself, which has no event.
@@ -270,7 +272,10 @@ class Host {
                        bool setter, detail::WireParameter result,
                        const std::vector<detail::WireParameter>& parameters) const;
 
+    struct Loaded;
+    std::unique_ptr<Loaded> loaded_;  // before the core, whose things may need the library to the last
     std::unique_ptr<Core> core_;
+    uint64_t previous_ = 0;  // the host that was current before
 };
 
 }  // namespace trvhost

@@ -15,9 +15,19 @@ namespace trvhost {
 enum class HostKind { Desktop, Console, Web, Unknown };
 
 /// Where an array keeps its dimension count and upper bound. Unknown is a readable layout that fits neither
-/// known table; Hostile is one whose words look like the known table but point to nothing good: a null data
-/// pointer and an upper bound of another array.
-enum class ArrayLayout { ByVersion, Before2021, From2021, Unknown, Hostile };
+/// known table. The hostile ones look like the table of 2021.0 but for one lie that a self test must notice:
+/// a reference too many, two dimensions, another upper bound, a null data pointer; Hostile tells all four.
+enum class ArrayLayout {
+    ByVersion,
+    Before2021,
+    From2021,
+    Unknown,
+    Hostile,
+    HostileReferences,
+    HostileDimensions,
+    HostileUbound,
+    HostileData
+};
 
 /// How a picture keeps its pixels, which decides the description types that it can be locked as.
 /// The Windows storages can be made on Windows only; elsewhere asking for one throws std::invalid_argument.
@@ -56,7 +66,7 @@ enum class StringDataForm {
 enum class Start {
     AtOnce,        ///< in the constructor, with the host's resolver
     NullResolver,  ///< in the constructor, with a null resolver
-    Later,         ///< when Host::Start() is called
+    Later,         ///< when Host::Connect() is called
 };
 
 struct Options {

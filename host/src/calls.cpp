@@ -1,0 +1,227 @@
+#include "calls.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <stdexcept>
+
+#include "arrays.h"
+#include "entry.h"
+#include "wire_call.h"
+
+namespace trvhost {
+
+namespace {
+
+[[noreturn]] void Refuse(const ClassInfo& info, std::string_view member, const std::string& reason) {
+    throw std::invalid_argument(info.name + "." + std::string(member) + ": " + reason);
+}
+
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    return lower;
+}
+
+void* FunctionOf(const Member& member, bool setter) {
+    return setter ? member.method->setter : member.method->function;
+}
+
+/// The declared parameters of a function or setter: a setter takes the value behind the others.
+std::vector<Parameter> ParametersOf(const Member& member, bool setter) {
+    std::vector<Parameter> parameters = member.declaration.parameters;
+    const bool named =
+        !parameters.empty() && LowerCase(member.declaration.text).find("assigns ") != std::string::npos;
+    if (setter && !named) {
+        Parameter value;
+        value.name = "value";
+        value.type = member.declaration.resultType;
+        value.isArray = member.declaration.resultIsArray;
+        value.wire = member.declaration.resultWire;
+        parameters.push_back(value);
+    }
+    return parameters;
+}
+
+/// How far a value is from a parameter's type: 0 the same, 1 converted by the language, none if it does not
+/// fit.
+std::optional<int> Distance(Core& core, const Value& value, const Parameter& parameter) {
+    const auto when = [](bool exact, bool converted) {
+        return exact ? std::optional(0) : converted ? std::optional(1) : std::nullopt;
+    };
+    switch (parameter.wire) {
+        case WireType::Boolean:
+            return when(value.IsBool(), false);
+        case WireType::Single:
+        case WireType::Double:
+            return when(value.IsDouble(), value.IsInt());
+        case WireType::Color:
+            return when(value.IsColor(), value.IsInt());
+        case WireType::Pointer:
+            return when(value.IsPointer(), value.IsThing() && !value.ToThing());
+        case WireType::String:
+            if (value.IsText()) return 0;
+            return when(value.IsThing() && (!value.ToThing() || value.ToThing().ClassName() == "String"),
+                        false);
+        case WireType::Object: {
+            if (!value.IsThing()) return std::nullopt;
+            const Thing* thing = core.Peek(value.ToThing().Handle());
+            if (thing == nullptr) return when(!value.ToThing(), false);
+            if (thing->kind == ThingKind::Array || parameter.isArray) {
+                return when(thing->kind == ThingKind::Array && parameter.isArray, false);
+            }
+            const std::string wanted = LowerCase(parameter.type);
+            for (const ClassInfo* info = thing->classInfo; info != nullptr; info = info->super) {
+                if (wanted == "object" || LowerCase(info->name) == wanted) return 0;
+            }
+            return std::nullopt;
+        }
+        default:
+            return when(value.IsInt(), value.IsColor());
+    }
+}
+
+/// What a call of a member with these values would cost; smaller fits better, none does not fit.
+std::optional<int> Cost(Core& core, const std::vector<Parameter>& parameters,
+                        const std::vector<Value>& values) {
+    if (values.size() > parameters.size()) return std::nullopt;
+    constexpr int kDefaultCost = 100;  // more than all conversions together
+    int cost = 0;
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        if (i >= values.size()) {
+            if (!parameters[i].defaultText) return std::nullopt;
+            cost += kDefaultCost;
+            continue;
+        }
+        const auto distance = Distance(core, values[i], parameters[i]);
+        if (!distance) return std::nullopt;
+        cost += *distance;
+    }
+    return cost;
+}
+
+/// A declared default as a value.
+Value DefaultValue(const Parameter& parameter) {
+    const std::string text = LowerCase(*parameter.defaultText);
+    if (text == "nil")
+        return parameter.wire == WireType::Pointer ? Value(static_cast<void*>(nullptr)) : Value(nullptr);
+    if (text == "true" || text == "false") return text == "true";
+    if (text.size() >= 2 && text.front() == '"' && text.back() == '"') {
+        return parameter.defaultText->substr(1, text.size() - 2);
+    }
+    const bool hex = text.rfind("&h", 0) == 0;
+    if (parameter.wire == WireType::Double || parameter.wire == WireType::Single) {
+        double number = 0;
+        std::from_chars(text.data(), text.data() + text.size(), number);
+        return number;
+    }
+    int64_t number = 0;
+    const char* begin = text.data() + (hex ? 2 : 0);
+    const auto [end, error] = std::from_chars(begin, text.data() + text.size(), number, hex ? 16 : 10);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        throw std::invalid_argument("the default " + *parameter.defaultText + " is not understood");
+    }
+    return number;
+}
+
+std::string Candidates(const std::vector<Member>& members) {
+    std::string list;
+    for (const Member& member : members)
+        list += "\n    " + member.declaration.text;
+    return list;
+}
+
+}  // namespace
+
+std::vector<Member> FindMembers(const ClassInfo& info, std::string_view nameOrDeclaration,
+                                MemberScope scope) {
+    std::vector<Member> found;
+    for (const ClassInfo* owner = &info; owner != nullptr; owner = owner->super) {
+        const ClassDefinition* definition = owner->definition;
+        if (definition == nullptr) continue;
+        const bool shared = scope == MemberScope::Shared;
+        const MethodDefinition* methods = shared ? definition->sharedMethods : definition->methods;
+        const int64_t count = shared ? definition->sharedMethodCount : definition->methodCount;
+        // A declaration without brackets is a bare name as well; as a declaration it means itself alone.
+        const bool bare = nameOrDeclaration.find_first_of(" (") == std::string_view::npos;
+        for (int64_t i = 0; methods != nullptr && i < count; ++i) {
+            if (methods[i].declaration == nullptr) continue;
+            if (!bare && nameOrDeclaration != methods[i].declaration) continue;
+            Member member{&methods[i], Declaration::Parse(methods[i].declaration)};
+            if (!bare || member.declaration.name == nameOrDeclaration) found.push_back(std::move(member));
+        }
+        if (!found.empty()) break;
+    }
+    return found;
+}
+
+Value CallMember(Core& core, const ClassInfo& info, void* self, std::string_view nameOrDeclaration,
+                 MemberScope scope, bool setter, const std::vector<Value>& values) {
+    const std::vector<Member> members = FindMembers(info, nameOrDeclaration, scope);
+    const Member* best = nullptr;
+    int bestCost = 0;
+    bool several = false;
+    for (const Member& member : members) {
+        if (FunctionOf(member, setter) == nullptr) continue;
+        const auto cost = Cost(core, ParametersOf(member, setter), values);
+        if (!cost || (best != nullptr && *cost > bestCost)) continue;
+        several = best != nullptr && *cost == bestCost;
+        best = &member;
+        bestCost = *cost;
+    }
+    if (members.empty()) Refuse(info, nameOrDeclaration, "there is no such member");
+    if (best == nullptr) Refuse(info, nameOrDeclaration, "the arguments fit none of" + Candidates(members));
+    if (several) Refuse(info, nameOrDeclaration, "the arguments fit several of" + Candidates(members));
+
+    const std::vector<Parameter> parameters = ParametersOf(*best, setter);
+    std::vector<Ref> keep(parameters.size());
+    std::vector<WireSlot> slots;
+    if (self != nullptr) slots.push_back({WireType::Pointer, reinterpret_cast<uintptr_t>(self)});
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        const Value value = i < values.size() ? values[i] : DefaultValue(parameters[i]);
+        slots.push_back(ToWire(core.host, value, parameters[i].wire, keep[i]));
+    }
+    const WireType result = setter ? WireType::None : best->declaration.resultWire;
+    const detail::CurrentScope current(core.host);
+    return FromWire(core.host, result, CallFunction(FunctionOf(*best, setter), slots, result));
+}
+
+namespace {
+
+bool Agrees(WireType declared, detail::WireParameter given) {
+    return declared == given.type ||
+           (given.anyThing && (declared == WireType::String || declared == WireType::Object));
+}
+
+bool Agrees(const Member& member, bool setter, detail::WireParameter result,
+            const std::vector<detail::WireParameter>& given) {
+    const std::vector<Parameter> parameters = ParametersOf(member, setter);
+    if (parameters.size() != given.size()) return false;
+    if (!Agrees(setter ? WireType::None : member.declaration.resultWire, result)) return false;
+    return std::equal(
+        parameters.begin(), parameters.end(), given.begin(),
+        [](const Parameter& parameter, detail::WireParameter type) { return Agrees(parameter.wire, type); });
+}
+
+}  // namespace
+
+void* FindTypedFunction(const ClassInfo& info, std::string_view nameOrDeclaration, MemberScope scope,
+                        bool setter, detail::WireParameter result,
+                        const std::vector<detail::WireParameter>& parameters) {
+    const std::vector<Member> members = FindMembers(info, nameOrDeclaration, scope);
+    if (members.empty()) Refuse(info, nameOrDeclaration, "there is no such member");
+    void* function = nullptr;
+    for (const Member& member : members) {
+        if (FunctionOf(member, setter) == nullptr || !Agrees(member, setter, result, parameters)) continue;
+        if (function != nullptr)
+            Refuse(info, nameOrDeclaration, "the signature fits several of" + Candidates(members));
+        function = FunctionOf(member, setter);
+    }
+    if (function == nullptr)
+        Refuse(info, nameOrDeclaration, "the signature fits none of" + Candidates(members));
+    return function;
+}
+
+}  // namespace trvhost

@@ -1,0 +1,31 @@
+// Image files, by what the platform has for them: libgd on POSIX, GDI+ on Windows.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <vector>
+
+#include "picture_store.h"
+
+namespace trvhost {
+
+/// A loaded file: 0xAARRGGBB row by row, nothing premultiplied.
+struct LoadedImage {
+    int64_t width = 0;
+    int64_t height = 0;
+    std::vector<uint32_t> pixels;
+
+    bool IsOpaque() const;
+};
+
+/// Both throw std::runtime_error with a one-line text that names file and reason.
+LoadedImage LoadImageFile(const std::filesystem::path& file);
+void SaveImage(const PictureStore& store, const std::filesystem::path& file, int quality);
+
+/// The file's name for messages, as UTF-8.
+std::string FileText(const std::filesystem::path& file);
+/// The extension in lower case without its dot.
+std::string FileFormat(const std::filesystem::path& file);
+[[noreturn]] void FailFile(const char* what, const std::filesystem::path& file, const std::string& reason);
+
+}  // namespace trvhost

@@ -1,0 +1,33 @@
+// gd images of libgd, and no other storage of the platform's own.
+
+#include <gd.h>
+#include <new>
+
+#include "picture_store.h"
+
+namespace trvhost {
+
+GdImageFields CreateGdImage(int64_t width, int64_t height, bool trueColor) {
+    const int w = static_cast<int>(width), h = static_cast<int>(height);
+    gdImagePtr image = trueColor ? gdImageCreateTrueColor(w, h) : gdImageCreate(w, h);
+    if (image == nullptr) throw std::bad_alloc();
+    if (!trueColor) {
+        for (int gray = 0; gray < 256; ++gray)
+            gdImageColorAllocate(image, gray, gray, gray);
+    }
+    return {image, image->pixels, image->tpixels};
+}
+
+void DestroyGdImage(void* image) {
+    gdImageDestroy(static_cast<gdImagePtr>(image));
+}
+
+std::unique_ptr<PictureStore> MakePlatformStore(PictureStorage, int64_t, int64_t, bool) {
+    return nullptr;
+}
+
+PictureStorage DesktopStorage(bool) {
+    return PictureStorage::Packed32;
+}
+
+}  // namespace trvhost
