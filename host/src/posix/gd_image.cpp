@@ -1,11 +1,17 @@
 // gd images of libgd, and no other storage of the platform's own.
 
+#include <cstddef>
 #include <gd.h>
 #include <new>
 
 #include "picture_store.h"
 
 namespace trvhost {
+
+// What plug-ins rely on, and what the stand-in for other platforms keeps to.
+static_assert(offsetof(gdImage, sx) == 8);
+static_assert(offsetof(gdImage, trueColor) == 7248);
+static_assert(offsetof(gdImage, tpixels) == 7256);
 
 GdImageFields CreateGdImage(int64_t width, int64_t height, bool trueColor) {
     const int w = static_cast<int>(width), h = static_cast<int>(height);

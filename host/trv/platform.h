@@ -1,0 +1,42 @@
+// What the program needs of the operating system. Texts are UTF-8 throughout.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace trvhost::program {
+
+/// The arguments without the program's name. On Windows those of main have lost what its code page lacks.
+std::vector<std::string> Arguments(int argc, char** argv);
+/// The value of an environment variable; none if it is unset or empty.
+std::optional<std::string> Environment(const char* name);
+/// Sets up standard output and standard error for UTF-8, and has writing beyond a limit of the system fail
+/// where it would end the program.
+void PrepareStreams();
+/// True when a person is looking at standard error.
+bool ErrorIsTerminal();
+/// This program's own file.
+std::filesystem::path OwnFile();
+/// File name of the plug-in on this platform.
+std::filesystem::path PluginFileName();
+/// Bytes of memory that the machine has; 0 if unknown.
+uint64_t PhysicalMemory();
+/// A number that no other running program has.
+uint64_t ProcessId();
+/// From now on an interrupt from the keyboard or a request to terminate removes this file before the program
+/// ends; an empty path takes that back.
+void RemoveIfInterrupted(const std::filesystem::path& file);
+
+/// Paths from and to UTF-8.
+inline std::filesystem::path ToPath(const std::string& text) {
+    return std::u8string(text.begin(), text.end());
+}
+inline std::string ToText(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+}  // namespace trvhost::program

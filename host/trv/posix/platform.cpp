@@ -1,0 +1,68 @@
+#include "platform.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+namespace trvhost::program {
+
+namespace {
+
+// What a signal handler may touch: written while the signals are not yet, or no longer, for it.
+char doomedFile[4096];
+
+void RemoveAndEnd(int signal) {
+    unlink(doomedFile);
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+}  // namespace
+
+std::vector<std::string> Arguments(int argc, char** argv) {
+    return {argv + (argc > 0 ? 1 : 0), argv + argc};
+}
+
+std::optional<std::string> Environment(const char* name) {
+    const char* value = std::getenv(name);
+    if (value == nullptr || *value == '\0') return std::nullopt;
+    return value;
+}
+
+void PrepareStreams() {
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool ErrorIsTerminal() {
+    return isatty(STDERR_FILENO) != 0;
+}
+
+std::filesystem::path OwnFile() {
+    return std::filesystem::read_symlink("/proc/self/exe");
+}
+
+std::filesystem::path PluginFileName() {
+    return "PictureTRV.so";
+}
+
+uint64_t PhysicalMemory() {
+    const long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGESIZE);
+    if (pages < 0 || pageSize < 0) return 0;
+    return static_cast<uint64_t>(pages) * static_cast<uint64_t>(pageSize);
+}
+
+uint64_t ProcessId() {
+    return static_cast<uint64_t>(getpid());
+}
+
+void RemoveIfInterrupted(const std::filesystem::path& file) {
+    const std::string& name = file.native();
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);
+    if (name.empty() || name.size() >= sizeof doomedFile) return;
+    std::memcpy(doomedFile, name.c_str(), name.size() + 1);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, RemoveAndEnd);
+}
+
+}  // namespace trvhost::program
