@@ -114,10 +114,11 @@ class PluginTest : public ::testing::Test {
     /// The lines of the debug log that `action` writes, without their prefix.
     template <class Action>
     std::vector<std::string> LogOf(Action&& action) const {
-        host_->SetShared("PictureTRV", "Debugging", true);
         std::vector<std::string> lines;
         {
             trvhost::DebugCapture capture;
+            host_->SetShared("PictureTRV", "Debugging", true);
+            capture.Clear();  // the switch announces itself
             action();
             lines = capture.Lines();
         }
