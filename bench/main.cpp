@@ -44,7 +44,14 @@ Work CopyBytes(size_t count) {
     };
 }
 
+/// The table's lines in their order; the runs come in random order.
+std::vector<std::string>& Operations() {
+    static std::vector<std::string> operations;
+    return operations;
+}
+
 void Enter(const std::string& operation, const std::string& contender, const MakeWork& make) {
+    if (contender == kPlugin) Operations().push_back(operation);
     benchmark::RegisterBenchmark(CellName(operation, contender).c_str(),
                                  [make](benchmark::State& state) {
                                      try {
@@ -142,7 +149,7 @@ int main(int argc, char** argv) {
 
     trvbench::PrintHead();
     trvbench::EnterAll();
-    trvbench::Table table;
+    trvbench::Table table(trvbench::Operations());
     benchmark::RunSpecifiedBenchmarks(&table);
     return table.Faults() == 0 ? 0 : 1;
 }

@@ -8,7 +8,11 @@ namespace {
 
 constexpr char kSeparator = '|';
 
-double MedianOf(std::vector<double> values) {
+/// The median of a contender's times; 0 if it has none.
+double MedianOf(const std::map<std::string, std::vector<double>>& row, const std::string& contender) {
+    const auto found = row.find(contender);
+    if (found == row.end()) return 0;
+    std::vector<double> values = found->second;
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
@@ -38,9 +42,7 @@ void Table::ReportRuns(const std::vector<Run>& runs) {
             ++faults_;
         } else if (run.run_type == Run::RT_Iteration) {
             const size_t cut = name.find(kSeparator);
-            const std::string operation = name.substr(0, cut);
-            if (!times_.contains(operation)) operations_.push_back(operation);
-            times_[operation][name.substr(cut + 1)].push_back(run.GetAdjustedRealTime());
+            times_[name.substr(0, cut)][name.substr(cut + 1)].push_back(run.GetAdjustedRealTime());
         }
     }
 }
@@ -52,16 +54,14 @@ void Table::Finalize() {
         std::printf(" %18s", library.c_str());
     std::printf("\n");
     for (const std::string& operation : operations_) {
-        auto& row = times_[operation];
-        const auto own = row.find(kPlugin);
-        const double ownTime = own == row.end() ? 0 : MedianOf(own->second);
+        if (!times_.contains(operation)) continue;
+        const auto& row = times_[operation];
+        const double ownTime = MedianOf(row, kPlugin);
         std::printf("%-44s %11.*f", operation.c_str(), ownTime < 1 ? 4 : 2, ownTime);
-        const auto copy = row.find(kMemcpy);
-        const double copyTime = copy == row.end() ? 0 : MedianOf(copy->second);
+        const double copyTime = MedianOf(row, kMemcpy);
         std::printf(" %18s", copyTime == 0 ? "" : CellText(copyTime, ownTime / copyTime).c_str());
         for (const std::string& library : libraries) {
-            const auto cell = row.find(library);
-            const double time = cell == row.end() ? 0 : MedianOf(cell->second);
+            const double time = MedianOf(row, library);
             std::printf(" %18s", time == 0 || ownTime == 0 ? "" : CellText(time, time / ownTime).c_str());
         }
         std::printf("\n");

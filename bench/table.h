@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace trvbench {
@@ -22,6 +23,9 @@ std::string CellName(const std::string& operation, const std::string& contender)
 /// Google Benchmark's reporter. Times are milliseconds of the wall clock, medians over the repetitions.
 class Table : public benchmark::BenchmarkReporter {
   public:
+    /// Prints those of the operations, in this order, of which anything was measured.
+    explicit Table(std::vector<std::string> operations) : operations_(std::move(operations)) {}
+
     bool ReportContext(const Context& context) override;
     void ReportRuns(const std::vector<Run>& runs) override;
     void Finalize() override;
@@ -30,7 +34,7 @@ class Table : public benchmark::BenchmarkReporter {
     [[nodiscard]] int Faults() const { return faults_; }
 
   private:
-    std::vector<std::string> operations_;  // in the order of their registration
+    std::vector<std::string> operations_;
     std::map<std::string, std::map<std::string, std::vector<double>>> times_;
     int faults_ = 0;
 };

