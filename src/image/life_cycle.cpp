@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "frame/debug_log.h"
 #include "frame/failures.h"
 #include "frame/memory_blocks.h"
 #include "frame/references.h"
 #include "image/checked_math.h"
+#include "image/mapped_image.h"
 #include "image/pixel_loop.h"
+#include "image/shared_store.h"
 #include "platform/graphics.h"
 #include "platform/memory.h"
 
@@ -123,6 +124,7 @@ void ImageConstructorMemory(HostObject me, HostObject buffer, int64_t width, int
 }
 
 void CloseImage(PictureTRV& record) {
+    LeaveStore(record);
     ClearReference(record.Channel);
     if (record.BitmapLocked != 0 && record.BitmapHandle != nullptr) {
         UnlockGdiPlusBitmap(record.BitmapHandle, record.BitmapData);
@@ -133,12 +135,15 @@ void CloseImage(PictureTRV& record) {
     record.BitmapData = nullptr;
     if (record.BufferOwned != 0) std::free(record.RowBuffer);
     record.BufferOwned = 0;
+    CloseWindow(record);
     record.MapBuffer = nullptr;
     record.RowBuffer = nullptr;
+    CloseMappedFile(record);
     record.GetRow = nullptr;
     ClearReference(record.WindowFilePath);
     ClearReference(record.Parent);
     ClearReference(record.MemoryTarget);
+    ClearReference(record.SharedMemory);
     ClearReference(record.FilePath);
     ClearReference(record.MappingFile);
     if (record.Target != nullptr) {
@@ -158,11 +163,8 @@ int64_t rbCalculateMemory(int64_t width, int64_t height, int64_t format) {
 Boolean rbCanAllocateImage(int64_t width, int64_t height, int64_t format) {
     const int64_t bytes = StoreSize(width, height, format);
     if (bytes == 0) return 0;
-    struct Free {
-        void operator()(void* block) const { FreeZeroed(block); }
-    };
-    const std::unique_ptr<void, Free> spare(AllocateZeroed(kSpareMegabyte));
-    const std::unique_ptr<void, Free> store(AllocateZeroed(bytes));
+    const ZeroedBytes spare = MakeZeroedBytes(kSpareMegabyte);
+    const ZeroedBytes store = MakeZeroedBytes(bytes);
     return spare != nullptr && store != nullptr;
 }
 

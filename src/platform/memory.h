@@ -3,6 +3,7 @@
 // Memory straight from the system: blocks that start out zeroed, and the size of a page.
 
 #include <cstdint>
+#include <memory>
 
 namespace trv {
 
@@ -12,6 +13,17 @@ namespace trv {
 
 /// Releases a block of AllocateZeroed; nil is allowed.
 void FreeZeroed(void* block);
+
+/// Bytes of AllocateZeroed with an owner.
+struct FreeZeroedBytes {
+    void operator()(uint8_t* bytes) const { FreeZeroed(bytes); }
+};
+using ZeroedBytes = std::unique_ptr<uint8_t, FreeZeroedBytes>;
+
+/// `count` zeroed bytes, or null where AllocateZeroed gives none.
+[[nodiscard]] inline ZeroedBytes MakeZeroedBytes(int64_t count) {
+    return ZeroedBytes(static_cast<uint8_t*>(AllocateZeroed(count)));
+}
 
 /// Bytes in a page of virtual memory.
 [[nodiscard]] int64_t PageSize();

@@ -1,0 +1,27 @@
+#pragma once
+
+// Which form of the vectorised kernels runs, chosen once by what processor and operating system have. Kernels
+// that exist for several instruction sets are compiled from one source each and picked by this choice.
+//
+// The environment variable TRV_INSTRUCTION_SET forces one by name, for tests and measurements: "plain" (no
+// vectors at all), "baseline" (any x86-64), "avx2" (with FMA) or "avx512" (F, BW, VL, DQ). A name that does
+// not exist, or that this machine cannot run, leaves the choice as it is, with a diagnostic.
+
+#include <cstdint>
+#include <string_view>
+
+namespace trv {
+
+enum class InstructionSet : uint8_t { Plain, Baseline, Avx2, Avx512 };
+
+/// The instruction set in use.
+[[nodiscard]] InstructionSet ChosenInstructionSet();
+
+/// Its name.
+[[nodiscard]] const char* NameOf(InstructionSet set);
+
+/// Forces an instruction set by name, or the best one by an empty name, for the whole process; false, with
+/// nothing changed, for a name that does not exist or that this machine cannot run.
+bool ForceInstructionSet(std::string_view name);
+
+}  // namespace trv
