@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "bridge/picture_helpers.h"
 #include "frame/host_types.h"
 
 namespace trv {
@@ -41,13 +42,6 @@ void rbDrawMaskedPictureApplyMaskRGB(HostObject me, HostObject pic, int64_t dest
                                      int64_t destWidth, int64_t destHeight, int64_t sourceX, int64_t sourceY,
                                      Boolean invertMask);
 
-/// Size of a picture by its properties, in pixels; 0 for nil.
-struct PictureSize {
-    int64_t width;
-    int64_t height;
-};
-[[nodiscard]] PictureSize SizeOf(HostObject pic);
-
 template <auto kDraw>
 struct ShortForms;
 
@@ -58,8 +52,7 @@ struct ShortForms<kDraw> {
     static void Whole(HostObject me, HostObject pic, More... more) { At(me, pic, 0, 0, more...); }
 
     static void At(HostObject me, HostObject pic, int64_t destX, int64_t destY, More... more) {
-        const PictureSize size = SizeOf(pic);
-        Into(me, pic, destX, destY, size.width, size.height, more...);
+        Into(me, pic, destX, destY, PictureWidth(pic), PictureHeight(pic), more...);
     }
 
     static void Into(HostObject me, HostObject pic, int64_t destX, int64_t destY, int64_t destWidth,
