@@ -31,7 +31,9 @@ int64_t FormatOf(Layout layout) {
 Ref SourceImage(Layout layout, Size size) {
     const size_t count = BytesOf(layout, size);
     const trvhost::MemoryBlock block = TheHost().NewMemoryBlock(SourceBytes(count).first(count));
-    const Ref image = TheHost().Construct("PictureTRV", block, size.width, size.height, FormatOf(layout));
+    const int64_t rowSize = static_cast<int64_t>(size.width) * ChannelsOf(layout);
+    const Ref image =
+        TheHost().Construct("PictureTRV", block, size.width, size.height, FormatOf(layout), rowSize);
     if (!TheHost().Get<bool>(image, "Valid")) throw std::runtime_error("the plug-in refuses an image");
     return image;
 }
