@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include "picture_store.h"
@@ -21,6 +22,9 @@ struct LoadedImage {
 /// Both throw std::runtime_error with a one-line text that names file and reason.
 LoadedImage LoadImageFile(const std::filesystem::path& file);
 void SaveImage(const PictureStore& store, const std::filesystem::path& file, int quality);
+
+/// Extensions of the formats that both know, in lower case.
+std::vector<std::string> ImageFormats();
 
 /// The file's name for messages, as UTF-8.
 std::string FileText(const std::filesystem::path& file);

@@ -212,6 +212,10 @@ void Picture::Save(const std::filesystem::path& file, int quality) const {
     SaveImage(*Get<PictureThing>(*this).store, file, quality);
 }
 
+std::vector<std::string> Picture::FileFormats() {
+    return ImageFormats();
+}
+
 Graphics::Graphics(Ref thing) : Ref(Checked<GraphicsThing>(std::move(thing))) {}
 
 std::vector<DrawnText> Graphics::Texts() const {

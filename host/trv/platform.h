@@ -3,8 +3,10 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace trvhost::program {
@@ -22,12 +24,16 @@ bool ErrorIsTerminal();
 std::filesystem::path OwnFile();
 /// File name of the plug-in on this platform.
 std::filesystem::path PluginFileName();
+/// Picture files that the host can write here, by their extension, and whether they keep alpha.
+const std::map<std::string, bool>& WritableFormats();
 /// Bytes of memory that the machine has; 0 if unknown.
 uint64_t PhysicalMemory();
 /// A number that no other running program has.
 uint64_t ProcessId();
-/// From now on an interrupt from the keyboard or a request to terminate removes this file before the program
-/// ends; an empty path takes that back.
+/// Makes an empty file, which must not exist yet, not even as a link. The error is file_exists if it does.
+std::error_code CreateNew(const std::filesystem::path& file);
+/// From now on an interrupt from the keyboard or a request to terminate removes this file, if it can, before
+/// the program ends; an empty path takes that back.
 void RemoveIfInterrupted(const std::filesystem::path& file);
 
 /// Paths from and to UTF-8.

@@ -24,6 +24,8 @@ class DebugCapture {
     bool Contains(const std::string& text) const { return Count(text) > 0; }
     /// Forgets the lines so far.
     void Clear();
+    /// Sends a line to the debugger channel, as a plug-in would.
+    static void Say(const std::string& line);
 
   private:
     struct Impl;

@@ -107,6 +107,8 @@ class Picture : public Ref {
     /// Throws std::runtime_error with a one-line text that names the file and the reason. PNG, BMP and TIFF
     /// are lossless for opaque pictures.
     void Save(const std::filesystem::path& file, int quality = 90) const;
+    /// The extensions that Save knows on this platform; LoadPicture knows the same formats.
+    static std::vector<std::string> FileFormats();
 };
 
 /// A text drawn with `RuntimeGraphicsDrawString`.

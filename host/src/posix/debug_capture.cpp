@@ -54,4 +54,8 @@ void DebugCapture::Clear() {
     impl_->start = lseek(impl_->file, 0, SEEK_CUR);
 }
 
+void DebugCapture::Say(const std::string& line) {
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
 }  // namespace trvhost

@@ -146,6 +146,10 @@ LoadedImage LoadImageFile(const std::filesystem::path& file) {
     }
 }
 
+std::vector<std::string> ImageFormats() {
+    return {"png", "jpg", "jpeg", "webp", "gif", "bmp"};
+}
+
 void SaveImage(const PictureStore& store, const std::filesystem::path& file, int quality) {
     const Complaints complaints;
     try {

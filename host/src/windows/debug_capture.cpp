@@ -56,4 +56,8 @@ void DebugCapture::Clear() {
     impl_->lines.clear();
 }
 
+void DebugCapture::Say(const std::string& line) {
+    OutputDebugStringA(line.c_str());
+}
+
 }  // namespace trvhost

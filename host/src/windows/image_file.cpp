@@ -97,6 +97,10 @@ LoadedImage LoadImageFile(const std::filesystem::path& file) {
     }
 }
 
+std::vector<std::string> ImageFormats() {
+    return {"png", "jpg", "jpeg", "gif", "bmp", "tif", "tiff"};
+}
+
 void SaveImage(const PictureStore& store, const std::filesystem::path& file, int quality) {
     try {
         StartGdiPlus();

@@ -1,8 +1,10 @@
 #include "platform.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace trvhost::program {
@@ -16,6 +18,15 @@ void RemoveAndEnd(int signal) {
     unlink(doomedFile);
     std::signal(signal, SIG_DFL);
     std::raise(signal);
+}
+
+constexpr int kEndings[] = {SIGINT, SIGTERM, SIGHUP};
+
+/// Leaves alone what is handled in another way: under nohup, say, a hang-up is ignored.
+void Exchange(int signal, void (*from)(int), void (*to)(int)) {
+    struct sigaction now {};
+    sigaction(signal, nullptr, &now);
+    if (now.sa_handler == from) std::signal(signal, to);
 }
 
 }  // namespace
@@ -32,7 +43,6 @@ std::optional<std::string> Environment(const char* name) {
 
 void PrepareStreams() {
     std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGPIPE, SIG_IGN);
 }
 
 bool ErrorIsTerminal() {
@@ -47,6 +57,13 @@ std::filesystem::path PluginFileName() {
     return "PictureTRV.so";
 }
 
+const std::map<std::string, bool>& WritableFormats() {
+    static const std::map<std::string, bool> formats = {
+        {"png", true}, {"webp", true}, {"jpg", false}, {"jpeg", false}, {"gif", false}, {"bmp", false},
+    };
+    return formats;
+}
+
 uint64_t PhysicalMemory() {
     const long pages = sysconf(_SC_PHYS_PAGES), pageSize = sysconf(_SC_PAGESIZE);
     if (pages < 0 || pageSize < 0) return 0;
@@ -57,12 +74,21 @@ uint64_t ProcessId() {
     return static_cast<uint64_t>(getpid());
 }
 
+std::error_code CreateNew(const std::filesystem::path& file) {
+    const int handle = open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (handle < 0) return {errno, std::generic_category()};
+    close(handle);
+    return {};
+}
+
 void RemoveIfInterrupted(const std::filesystem::path& file) {
     const std::string& name = file.native();
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);
+    for (const int signal : kEndings)
+        Exchange(signal, RemoveAndEnd, SIG_DFL);
     if (name.empty() || name.size() >= sizeof doomedFile) return;
     std::memcpy(doomedFile, name.c_str(), name.size() + 1);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, RemoveAndEnd);
+    for (const int signal : kEndings)
+        Exchange(signal, SIG_DFL, RemoveAndEnd);
 }
 
 }  // namespace trvhost::program

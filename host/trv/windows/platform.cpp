@@ -4,9 +4,8 @@
 #include <io.h>
 #include <memory>
 #include <mutex>
-#include <windows.h>
-
 #include <shellapi.h>  // needs windows.h before it
+#include <windows.h>
 
 namespace trvhost::program {
 
@@ -28,7 +27,8 @@ std::vector<std::string> Arguments(int, char**) {
     const std::unique_ptr<LPWSTR, decltype(&LocalFree)> wide(CommandLineToArgvW(GetCommandLineW(), &count),
                                                              &LocalFree);
     std::vector<std::string> arguments;
-    for (int i = 1; i < count; ++i) arguments.push_back(ToText(wide.get()[i]));
+    for (int i = 1; i < count; ++i)
+        arguments.push_back(ToText(wide.get()[i]));
     return arguments;
 }
 
@@ -62,6 +62,14 @@ std::filesystem::path PluginFileName() {
     return "PictureTRV.dll";
 }
 
+const std::map<std::string, bool>& WritableFormats() {
+    static const std::map<std::string, bool> formats = {
+        {"png", true},   {"tif", true},  {"tiff", true}, {"jpg", false},
+        {"jpeg", false}, {"gif", false}, {"bmp", false},
+    };
+    return formats;
+}
+
 uint64_t PhysicalMemory() {
     MEMORYSTATUSEX status{};
     status.dwLength = sizeof status;
@@ -70,6 +78,14 @@ uint64_t PhysicalMemory() {
 
 uint64_t ProcessId() {
     return GetCurrentProcessId();
+}
+
+std::error_code CreateNew(const std::filesystem::path& file) {
+    const HANDLE handle =
+        CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) return {static_cast<int>(GetLastError()), std::system_category()};
+    CloseHandle(handle);
+    return {};
 }
 
 void RemoveIfInterrupted(const std::filesystem::path& file) {

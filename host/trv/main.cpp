@@ -1,0 +1,76 @@
+// trv: the plug-in at the command line. Exit status 0: done; 1: could not be done, for the reason in one line
+// on standard error; 2: the command line was not understood, likewise.
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+
+#include "help_text.h"
+#include "info_command.h"
+#include "platform.h"
+#include "scale_command.h"
+
+namespace {
+
+using namespace trvhost::program;
+
+constexpr int kFailed = 1;
+constexpr int kNotUnderstood = 2;
+
+/// One line, whatever the name of a file has in it.
+int Complain(int status, std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == 0x7F; }, '?');
+    std::fprintf(stderr, "trv: %s\n", text.c_str());
+    return status;
+}
+
+int Run(std::vector<std::string> arguments) {
+    CLI::App program("Scales pictures with the image processing plug-in PictureTRV.", "trv");
+    const auto help = std::make_shared<HelpText>();
+    help->label("Subcommands", "Verbs");
+    program.formatter(help);
+    program.set_help_flag("-h,--help", "Print this help");
+    program.set_version_flag("--version", "trv " TRV_VERSION, "Print the version");
+    program.footer(
+        "trv VERB --help tells more. Exit status: 0 done, 1 failed (one line on standard error says why),\n"
+        "2 command line not understood.");
+    program.require_subcommand(0, 1);
+    ScaleOptions scaleOptions;
+    InfoOptions infoOptions;
+    const CLI::App& scale = AddScale(program, scaleOptions);
+    const CLI::App& info = AddInfo(program, infoOptions);
+    try {
+        std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
+        program.parse(std::move(arguments));
+    } catch (const CLI::Success& e) {
+        return program.exit(e);
+    } catch (const CLI::ParseError& e) {
+        const std::string verb = scale.parsed() ? "scale " : info.parsed() ? "info " : "";
+        return Complain(kNotUnderstood, std::string(e.what()) + " (see trv " + verb + "--help)");
+    }
+    if (scale.parsed()) {
+        RunScale(scaleOptions);
+    } else if (info.parsed()) {
+        RunInfo(infoOptions);
+    } else {
+        return Complain(kNotUnderstood, "what is to be done, scale or info? (see trv --help)");
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    PrepareStreams();
+    try {
+        return Run(Arguments(argc, argv));
+    } catch (const std::bad_alloc&) {
+        return Complain(kFailed, "there is not enough memory");
+    } catch (const std::exception& e) {
+        return Complain(kFailed, e.what());
+    }
+}

@@ -1,0 +1,58 @@
+#include "progress.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "platform.h"
+
+namespace trvhost::program {
+
+namespace {
+
+constexpr std::chrono::milliseconds kPatience{1000};
+constexpr std::chrono::milliseconds kInterval{200};
+
+}  // namespace
+
+Progress::Progress() : started_(std::chrono::steady_clock::now()) {
+    if (ErrorIsTerminal()) thread_ = std::thread(&Progress::Run, this);
+}
+
+Progress::~Progress() {
+    if (!thread_.joinable()) return;
+    {
+        const std::lock_guard lock(mutex_);
+        ended_ = true;
+    }
+    changed_.notify_all();
+    thread_.join();
+    if (shown_ == 0) return;
+    std::fprintf(stderr, "\r%*s\r", static_cast<int>(shown_), "");
+    std::fflush(stderr);
+}
+
+void Progress::Stage(std::string text) {
+    const std::lock_guard lock(mutex_);
+    stage_ = std::move(text);
+}
+
+void Progress::Run() {
+    std::unique_lock lock(mutex_);
+    std::chrono::milliseconds wait = kPatience;
+    while (!changed_.wait_for(lock, wait, [this] { return ended_; })) {
+        Show();
+        wait = kInterval;
+    }
+}
+
+void Progress::Show() {
+    const auto elapsed = std::chrono::steady_clock::now() - started_;
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
+    const std::string line = stage_ + " ... " + std::to_string(seconds) + " s";
+    // The blanks cover what a longer line has left behind.
+    std::fprintf(stderr, "\r%-*s", static_cast<int>(shown_), line.c_str());
+    std::fflush(stderr);
+    shown_ = std::max(shown_, line.size());
+}
+
+}  // namespace trvhost::program
