@@ -86,6 +86,10 @@ struct PictureTRV {
     RowReader GetRow;
     void* BitmapHandle;  // the locked GDI+ bitmap
     void* BitmapData;    // the lock's data block, freed by the destructor
+    // The plug-in's own affair:
+    HostObject SharedMemory;  // the memory block under a view that does not show it; one reference
+    PictureTRV* NextSharer;   // ring of the records over one store, see shared_store.h; null for one alone
+    PictureTRV* PreviousSharer;
 };
 
 /// The class PictureTRV as the host knows it. src/plugin fills in the member tables; the host writes

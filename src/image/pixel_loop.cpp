@@ -25,7 +25,7 @@ void TurnAround(int64_t& origin, int64_t& size) {
 /// Cuts what lies at or beyond `limit`.
 void CutEnd(int64_t origin, int64_t& size, int64_t limit) {
     if (origin >= limit) size = 0;
-    if (SaturatedAdd(origin, size) > limit) size = limit - origin;
+    if (SaturatedAdd(origin, size) > limit) size = SaturatedSubtract(limit, origin);
 }
 
 /// One axis of a rectangle pair, in the order that is the pair's contract.
