@@ -7,6 +7,7 @@
 #include "image/mapped_image.h"
 #include "image/picture_factory.h"
 #include "image/properties.h"
+#include "image/views.h"
 #include "pixelops/fill.h"
 #include "plugin/class_definitions.h"
 #include "plugin/member_lines.h"
@@ -162,14 +163,32 @@ ConstantDefinition constants[] = {
 // --------------------------------------------------------------------------------------------------------
 
 MethodDefinition methods[] = {
+    Method<"Channels as String()", rbChannels>(),
     Method<"ClearCache", rbClearCache>(),
     Method<"CreatePictureTRV(width as integer, height as integer, ImageFormat as integer) as PictureTRV",
            CreatePictureLocal>(),
+    Method<"Constructor(width as integer, height as integer, ImageFormat as integer, BlockSize as Int64, "
+           "FilePath as folderitem)",
+           ImageConstructorFile>(),
     Method<"Constructor(width as integer, height as integer, ImageFormat as integer)", ImageConstructor>(),
     Method<"Constructor(Buf as MemoryBlock, width as integer, height as integer, ImageFormat as integer, "
            "RowSize as "
            "integer)",
            ImageConstructorMemory>(),
+    Method<"AlphaChannel as PictureTRV", rbChannelView<Channel::Alpha>>(),
+    Method<"RedChannel as PictureTRV", rbChannelView<Channel::Red>>(),
+    Method<"GreenChannel as PictureTRV", rbChannelView<Channel::Green>>(),
+    Method<"BlueChannel as PictureTRV", rbChannelView<Channel::Blue>>(),
+    Method<"GrayChannel as PictureTRV", rbChannelView<Channel::Gray>>(),
+    Method<"RGBChannels as PictureTRV", rbRGBChannels>(),
+    Method<"CMYKChannels as PictureTRV", rbCMYKChannels>(),
+    Method<"CyanChannel as PictureTRV", rbChannelView<Channel::Cyan>>(),
+    Method<"MagentaChannel as PictureTRV", rbChannelView<Channel::Magenta>>(),
+    Method<"YellowChannel as PictureTRV", rbChannelView<Channel::Yellow>>(),
+    Method<"BlackChannel as PictureTRV", rbChannelView<Channel::Black>>(),
+    Method<"ChannelOffset(index as integer) as integer", rbChannelOffset>(),
+    Method<"Channel(index as integer) as PictureTRV", rbChannel>(),
+    Method<"MirroredView as PictureTRV", rbMirroredView>(),
     Method<"Close", ImageDestructor>(),
     Method<"Clone as PictureTRV", rbClone>(),
     Method<"ClearRect", rbClearRectAll>(),
@@ -215,6 +234,10 @@ MethodDefinition methods[] = {
            "color, alpha as "
            "integer) as boolean",
            rbFillRectApplyColor>(),
+    Method<"ClipImage as PictureTRV", rbClipImageAll>(),
+    Method<"ClipImage(x as integer, y as integer, width as integer, height as integer) as PictureTRV",
+           rbClipImage>(),
+    Method<"MapInRows(FirstRow as Integer, LastRow as Integer) as boolean", rbMapInRows>(),
 };
 
 MethodDefinition sharedMethods[] = {
