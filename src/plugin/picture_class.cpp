@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <iterator>
 
+#include "bridge/picture_export.h"
+#include "bridge/picture_import.h"
 #include "image/life_cycle.h"
 #include "image/mapped_image.h"
 #include "image/picture_factory.h"
@@ -11,6 +13,7 @@
 #include "pixelops/fill.h"
 #include "plugin/class_definitions.h"
 #include "plugin/member_lines.h"
+#include "rows/copy_pixels.h"
 
 namespace trv {
 
@@ -88,6 +91,7 @@ PropertyDefinition properties[] = {
     TRV_FIELD(RowOffset, "Integer"),
     OpenField("DebugPictureEnabled", "Boolean", offsetof(PictureTRV, DebugPictureEnabled),
               kOrdinaryPropertySinceHost2010),
+    Computed("DebugPicture", "Picture", TableFunction(GetDebugPicture), kOrdinaryPropertySinceHost2010),
     TRV_FIELD(IsGray, "Boolean"),
     TRV_FIELD(IsRGB, "Boolean"),
     TRV_FIELD(HasGreen, "Boolean"),
@@ -171,6 +175,7 @@ MethodDefinition methods[] = {
            "FilePath as folderitem)",
            ImageConstructorFile>(),
     Method<"Constructor(width as integer, height as integer, ImageFormat as integer)", ImageConstructor>(),
+    PictureMethod<"Constructor(pic as picture, UseAlpha as boolean=false)", ImageConstructorPicture>(),
     Method<"Constructor(Buf as MemoryBlock, width as integer, height as integer, ImageFormat as integer, "
            "RowSize as "
            "integer)",
@@ -190,6 +195,18 @@ MethodDefinition methods[] = {
     Method<"Channel(index as integer) as PictureTRV", rbChannel>(),
     Method<"MirroredView as PictureTRV", rbMirroredView>(),
     Method<"Close", ImageDestructor>(),
+    PictureMethod<"CopyPictureWithAlpha(x as integer, y as integer, w as integer, h as integer) as picture",
+                  rbCopyPictureWithAlpha>(),
+    PictureMethod<"CopyPictureWithMask(x as integer, y as integer, w as integer, h as integer) as picture",
+                  rbCopyPictureWithMask>(),
+    PictureMethod<"CopyPicture(x as integer, y as integer, w as integer, h as integer) as picture",
+                  rbCopyPicture>(),
+    PictureMethod<"CopyMask(x as integer, y as integer, w as integer, h as integer) as picture",
+                  rbCopyMask>(),
+    PictureMethod<"CopyPictureWithAlpha as picture", rbCopyPictureWithAlphaAll>(),
+    PictureMethod<"CopyPictureWithMask as picture", rbCopyPictureWithMaskAll>(),
+    PictureMethod<"CopyPicture as picture", rbCopyPictureAll>(),
+    PictureMethod<"CopyMask as picture", rbCopyMaskAll>(),
     Method<"Clone as PictureTRV", rbClone>(),
     Method<"ClearRect", rbClearRectAll>(),
     Method<"ClearRect(x as integer, y as integer, width as integer, height as integer)", rbClearRect>(),
@@ -234,6 +251,66 @@ MethodDefinition methods[] = {
            "color, alpha as "
            "integer) as boolean",
            rbFillRectApplyColor>(),
+    Method<"CopyPixels(source as PictureTRV, DestX as integer, DestY as integer, DestWidth as integer, "
+           "DestHeight as "
+           "integer, SourceX as integer, SourceY as integer) as boolean",
+           rbCopyPixels>(),
+    Method<"CopyPixels(source as PictureTRV, DestX as integer, DestY as integer, DestWidth as integer, "
+           "DestHeight as "
+           "integer) as boolean",
+           rbCopyPixelsFromOrigin>(),
+    Method<"CopyPixels(source as PictureTRV) as boolean", rbCopyPixelsAll>(),
+    PictureMethod<"DrawPictureRedToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth "
+                  "as integer, DestHeight as integer, SourceX as integer, SourceY as integer)",
+                  rbDrawPictureRedToGrayChannel>(),
+    PictureMethod<"DrawPictureRedToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth "
+                  "as integer, DestHeight as integer)",
+                  ShortForms<rbDrawPictureRedToGrayChannel>::Into>(),
+    PictureMethod<"DrawPictureGreenToGrayChannel(pic as picture, DestX as integer, DestY as integer, "
+                  "DestWidth as integer, DestHeight as integer, SourceX as integer, SourceY as integer)",
+                  rbDrawPictureGreenToGrayChannel>(),
+    PictureMethod<"DrawPictureGreenToGrayChannel(pic as picture, DestX as integer, DestY as integer, "
+                  "DestWidth as integer, DestHeight as integer)",
+                  ShortForms<rbDrawPictureGreenToGrayChannel>::Into>(),
+    PictureMethod<"DrawPictureBlueToGrayChannel(pic as picture, DestX as integer, DestY as integer, "
+                  "DestWidth as integer, DestHeight as integer, SourceX as integer, SourceY as integer)",
+                  rbDrawPictureBlueToGrayChannel>(),
+    PictureMethod<"DrawPictureBlueToGrayChannel(pic as picture, DestX as integer, DestY as integer, "
+                  "DestWidth as integer, DestHeight as integer)",
+                  ShortForms<rbDrawPictureBlueToGrayChannel>::Into>(),
+    PictureMethod<"DrawPictureRGB(pic as picture)", ShortForms<rbDrawPictureRGB>::Whole>(),
+    PictureMethod<"DrawPictureRGB(pic as picture, DestX as integer, DestY as integer)",
+                  ShortForms<rbDrawPictureRGB>::At>(),
+    PictureMethod<"DrawPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+                  "DestHeight as integer)",
+                  ShortForms<rbDrawPictureRGB>::Into>(),
+    PictureMethod<"DrawPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+                  "DestHeight as integer, SourceX as integer, SourceY as integer)",
+                  rbDrawPictureRGB>(),
+    PictureMethod<"DrawMaskedPictureRGB(pic as picture, InvertMask as boolean=False)",
+                  ShortForms<rbDrawMaskedPictureRGB>::Whole>(),
+    PictureMethod<"DrawMaskedPictureRGB(pic as picture, DestX as integer, DestY as integer, InvertMask as "
+                  "boolean=False)",
+                  ShortForms<rbDrawMaskedPictureRGB>::At>(),
+    PictureMethod<"DrawMaskedPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as "
+                  "integer, DestHeight as integer, InvertMask as boolean=False)",
+                  ShortForms<rbDrawMaskedPictureRGB>::Into>(),
+    PictureMethod<
+        "DrawMaskedPictureRGB(pic as picture, DestX as integer, DestY as integer, DestWidth as integer, "
+        "DestHeight as integer, SourceX as integer, SourceY as integer, InvertMask as boolean=False)",
+        rbDrawMaskedPictureRGB>(),
+    PictureMethod<"DrawMaskedPictureApplyMaskRGB(pic as picture, InvertMask as boolean=False)",
+                  ShortForms<rbDrawMaskedPictureApplyMaskRGB>::Whole>(),
+    PictureMethod<"DrawMaskedPictureApplyMaskRGB(pic as picture, DestX as integer, DestY as integer, "
+                  "InvertMask as boolean=False)",
+                  ShortForms<rbDrawMaskedPictureApplyMaskRGB>::At>(),
+    PictureMethod<"DrawMaskedPictureApplyMaskRGB(pic as picture, DestX as integer, DestY as integer, "
+                  "DestWidth as integer, DestHeight as integer, InvertMask as boolean=False)",
+                  ShortForms<rbDrawMaskedPictureApplyMaskRGB>::Into>(),
+    PictureMethod<"DrawMaskedPictureApplyMaskRGB(pic as picture, DestX as integer, DestY as integer, "
+                  "DestWidth as integer, DestHeight as integer, SourceX as integer, SourceY as integer, "
+                  "InvertMask as boolean=False)",
+                  rbDrawMaskedPictureApplyMaskRGB>(),
     Method<"ClipImage as PictureTRV", rbClipImageAll>(),
     Method<"ClipImage(x as integer, y as integer, width as integer, height as integer) as PictureTRV",
            rbClipImage>(),
