@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,17 @@ struct LoadedImage {
 
     bool IsOpaque() const;
 };
+
+/// Pixels as indices into at most 256 colours 0xFFRRGGBB, for formats with a palette.
+struct IndexedImage {
+    std::vector<uint32_t> palette;
+    std::vector<uint8_t> indices;  ///< row by row
+};
+
+/// The picture by its own colours, where these are at most 256. Alpha is left out.
+std::optional<IndexedImage> WithExactPalette(const PictureStore& store);
+/// The picture by 6 x 7 x 6 evenly spaced levels, each pixel at its nearest.
+IndexedImage WithRegularPalette(const PictureStore& store);
 
 /// Both throw std::runtime_error with a one-line text that names file and reason.
 LoadedImage LoadImageFile(const std::filesystem::path& file);

@@ -42,6 +42,11 @@ std::string HelpText::make_usage(const CLI::App* app, std::string name) const {
     return usage + (app->get_parent() == nullptr ? " VERB ...\n" : " [OPTIONS]\n");
 }
 
+std::string HelpText::make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const {
+    return CLI::detail::find_and_replace(CLI::Formatter::make_help(app, std::move(name), mode), "\n\n\n",
+                                         "\n\n");
+}
+
 std::string HelpText::make_option(const CLI::Option* option, bool isPositional) const {
     std::string name = option->get_name(isPositional, !isPositional);
     for (size_t comma = name.find(','); comma != name.npos; comma = name.find(',', comma + 2))

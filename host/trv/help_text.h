@@ -13,6 +13,7 @@ std::string Wrap(const std::string& text, size_t width);
 class HelpText : public CLI::Formatter {
   public:
     std::string make_usage(const CLI::App* app, std::string name) const override;
+    std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override;
     std::string make_option(const CLI::Option* option, bool isPositional) const override;
     std::string make_subcommand(const CLI::App* verb) const override;
 };

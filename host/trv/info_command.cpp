@@ -106,6 +106,7 @@ void PrintHost(const HostChoice& choice, bool withMembers) {
 
 CLI::App& AddInfo(CLI::App& program, InfoOptions& options) {
     CLI::App& verb = *program.add_subcommand("info", "Show what the plug-in registers with a host");
+    verb.group("Verbs");
     verb.add_flag("-m,--members", options.members, "List every member as it is declared");
     AddHostOptions(verb, options.host, true);
     verb.footer(

@@ -22,6 +22,7 @@ constexpr int kNotUnderstood = 2;
 
 /// One line, whatever the name of a file has in it.
 int Complain(int status, std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
     std::replace_if(
         text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == 0x7F; }, '?');
     std::fprintf(stderr, "trv: %s\n", text.c_str());
@@ -31,7 +32,7 @@ int Complain(int status, std::string text) {
 int Run(std::vector<std::string> arguments) {
     CLI::App program("Scales pictures with the image processing plug-in PictureTRV.", "trv");
     const auto help = std::make_shared<HelpText>();
-    help->label("Subcommands", "Verbs");
+    help->label("Positionals", "Arguments");
     program.formatter(help);
     program.set_help_flag("-h,--help", "Print this help");
     program.set_version_flag("--version", "trv " TRV_VERSION, "Print the version");

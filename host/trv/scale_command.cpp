@@ -217,6 +217,7 @@ std::string Scale(const ScaleOptions& options) {
 
 CLI::App& AddScale(CLI::App& program, ScaleOptions& options) {
     CLI::App& verb = *program.add_subcommand("scale", "Scale a picture file");
+    verb.group("Verbs");
     verb.add_option("IN", options.in, "The picture to scale, recognised by its content")->required();
     verb.add_option("OUT", options.out,
                     "The file to write, which may be IN. Its extension decides the format: " + FormatList() +
@@ -238,7 +239,7 @@ CLI::App& AddScale(CLI::App& program, ScaleOptions& options) {
     verb.add_option("-q,--quality", options.quality,
                     "Quality of a JPEG or WebP file, 1 to 100 [" + std::to_string(options.quality) + "]")
         ->type_name("N")
-        ->check(CLI::Range(1, 100));
+        ->check(CLI::Range(1, 100).description(""));
     verb.add_flag(
         "--straight-alpha", options.straightAlpha,
         "Scale colours and alpha each by themselves, as the plug-in alone does. Without it a colour "

@@ -347,8 +347,8 @@ TEST_F(PictureFiles, RoundTrip) {
         ASSERT_EQ(loaded.Width(), 9) << format;
         ASSERT_EQ(loaded.Height(), 5) << format;
         EXPECT_FALSE(loaded.HasAlpha()) << format;
-        const bool lossless =
-            format == "png" || format == "bmp" || format == "tif" || format == "tiff" || format == "webp";
+        const bool lossless = format == "png" || format == "bmp" || format == "tif" || format == "tiff" ||
+                              format == "webp" || format == "gif";
         const std::vector<uint32_t> a = saved.Pixels(), b = loaded.Pixels();
         for (size_t i = 0; i < a.size(); ++i) {
             for (const int shift : {0, 8, 16}) {
@@ -358,6 +358,30 @@ TEST_F(PictureFiles, RoundTrip) {
             }
         }
     }
+}
+
+TEST_F(PictureFiles, GifOfManyColors) {
+    const std::filesystem::path file = TempFile("many.gif");
+    const Picture saved = host.NewPicture(32, 32, PictureStorage::Packed32);
+    for (int64_t y = 0; y < 32; ++y) {
+        for (int64_t x = 0; x < 32; ++x)
+            saved.SetPixel(x, y, 0xFF000000 | static_cast<uint32_t>(x << 19 | y << 11));
+    }
+    saved.Save(file);
+    const Picture loaded = host.LoadPicture(file);
+    std::filesystem::remove(file);
+    // Dithering may move single pixels, so the picture as a whole is compared.
+    int64_t difference = 0;
+    for (int64_t y = 0; y < 32; ++y) {
+        for (int64_t x = 0; x < 32; ++x) {
+            for (const int shift : {0, 8, 16}) {
+                difference += std::abs(static_cast<int>(saved.Pixel(x, y) >> shift & 255) -
+                                       static_cast<int>(loaded.Pixel(x, y) >> shift & 255));
+            }
+        }
+    }
+    EXPECT_GT(difference, 0);
+    EXPECT_LT(difference / (32 * 32 * 3), 16);
 }
 
 TEST_F(PictureFiles, AlphaOfPng) {

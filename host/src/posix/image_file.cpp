@@ -108,16 +108,36 @@ Image ToGd(const PictureStore& store) {
     return image;
 }
 
-Bytes Encode(gdImagePtr image, const std::string& format, int quality, int& size) {
-    if (format == "png") return Bytes(gdImagePngPtr(image, &size));
-    if (format == "jpg" || format == "jpeg") return Bytes(gdImageJpegPtr(image, &size, quality));
-    if (format == "webp")
-        return Bytes(gdImageWebpPtrEx(image, &size, quality >= 100 ? gdWebpLossless : quality));
-    if (format == "bmp") return Bytes(gdImageBmpPtr(image, &size, 0));
-    if (format == "gif") {
-        gdImageTrueColorToPalette(image, 0, gdMaxColors);
-        return Bytes(gdImageGifPtr(image, &size));
+/// The picture with a palette: exact where 256 colours do, else by libgd's choice of colours, dithered.
+Image ToPaletteGd(const PictureStore& store) {
+    const auto exact = WithExactPalette(store);
+    if (!exact) {
+        Image image = ToGd(store);
+        if (gdImageTrueColorToPalette(image.get(), 1, gdMaxColors) == 0)
+            throw std::runtime_error("no palette found");
+        return image;
     }
+    Image image(gdImageCreate(static_cast<int>(store.width), static_cast<int>(store.height)));
+    if (image == nullptr) throw std::runtime_error("no memory for the image");
+    for (const uint32_t color : exact->palette) {
+        gdImageColorAllocate(image.get(), static_cast<int>(color >> 16 & 255),
+                             static_cast<int>(color >> 8 & 255), static_cast<int>(color & 255));
+    }
+    for (int64_t y = 0; y < store.height; ++y) {
+        std::copy_n(exact->indices.begin() + y * store.width, store.width, image->pixels[y]);
+    }
+    return image;
+}
+
+Bytes Encode(const PictureStore& store, const std::string& format, int quality, int& size) {
+    if (format == "gif") return Bytes(gdImageGifPtr(ToPaletteGd(store).get(), &size));
+    const Image image = ToGd(store);
+    if (format == "png") return Bytes(gdImagePngPtr(image.get(), &size));
+    if (format == "jpg" || format == "jpeg") return Bytes(gdImageJpegPtr(image.get(), &size, quality));
+    if (format == "webp") {
+        return Bytes(gdImageWebpPtrEx(image.get(), &size, quality >= 100 ? gdWebpLossless : quality));
+    }
+    if (format == "bmp") return Bytes(gdImageBmpPtr(image.get(), &size, 0));
     throw std::runtime_error("unknown format \"" + format + "\" (png, jpg, jpeg, webp, gif, bmp)");
 }
 
@@ -153,9 +173,8 @@ std::vector<std::string> ImageFormats() {
 void SaveImage(const PictureStore& store, const std::filesystem::path& file, int quality) {
     const Complaints complaints;
     try {
-        const Image image = ToGd(store);
         int size = 0;
-        const Bytes bytes = Encode(image.get(), FileFormat(file), quality, size);
+        const Bytes bytes = Encode(store, FileFormat(file), quality, size);
         if (bytes == nullptr) throw std::runtime_error(Complaints::Reason("the image cannot be encoded"));
         std::ofstream out(file, std::ios::binary | std::ios::trunc);
         if (!out) throw std::runtime_error(std::strerror(errno));

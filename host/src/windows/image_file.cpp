@@ -68,6 +68,43 @@ CLSID EncoderOf(const std::string& format) {
     throw std::runtime_error("this system cannot write " + format);
 }
 
+/// GDI+ over pixels that the caller keeps.
+Image Wrap(const PictureStore& store, int64_t stride, Gdiplus::PixelFormat format, void* pixels) {
+    Gdiplus::GpBitmap* bitmap = nullptr;
+    Check(gdip::GdipCreateBitmapFromScan0(static_cast<INT>(store.width), static_cast<INT>(store.height),
+                                          static_cast<INT>(stride), format, static_cast<BYTE*>(pixels),
+                                          &bitmap));
+    return Image(bitmap);
+}
+
+/// The picture as GDI+ takes it for saving, over `memory`.
+Image ForSaving(const PictureStore& store, bool withPalette, std::vector<uint32_t>& memory) {
+    if (!withPalette) {
+        memory.resize(static_cast<size_t>(store.width * store.height));
+        for (int64_t y = 0; y < store.height; ++y)
+            store.Read(0, y, store.width, memory.data() + y * store.width);
+        return Wrap(store, store.width * 4, store.alpha ? PixelFormat32bppARGB : PixelFormat32bppRGB,
+                    memory.data());
+    }
+    auto exact = WithExactPalette(store);
+    const IndexedImage indexed = exact ? std::move(*exact) : WithRegularPalette(store);
+    const int64_t stride = (store.width + 3) / 4 * 4;
+    memory.resize(static_cast<size_t>(stride / 4 * store.height));
+    auto* bytes = reinterpret_cast<uint8_t*>(memory.data());
+    for (int64_t y = 0; y < store.height; ++y) {
+        std::copy_n(indexed.indices.begin() + y * store.width, store.width, bytes + y * stride);
+    }
+    Image image = Wrap(store, stride, PixelFormat8bppIndexed, bytes);
+    struct {
+        Gdiplus::ColorPalette palette;
+        Gdiplus::ARGB rest[255];
+    } colors{};
+    colors.palette.Count = static_cast<UINT>(indexed.palette.size());
+    std::copy(indexed.palette.begin(), indexed.palette.end(), &colors.palette.Entries[0]);
+    Check(gdip::GdipSetImagePalette(image.get(), &colors.palette));
+    return image;
+}
+
 }  // namespace
 
 LoadedImage LoadImageFile(const std::filesystem::path& file) {
@@ -104,16 +141,10 @@ std::vector<std::string> ImageFormats() {
 void SaveImage(const PictureStore& store, const std::filesystem::path& file, int quality) {
     try {
         StartGdiPlus();
-        const CLSID encoder = EncoderOf(FileFormat(file));
-        std::vector<uint32_t> words(static_cast<size_t>(store.width * store.height));
-        for (int64_t y = 0; y < store.height; ++y)
-            store.Read(0, y, store.width, words.data() + y * store.width);
-        const auto format = store.alpha ? PixelFormat32bppARGB : PixelFormat32bppRGB;
-        Gdiplus::GpBitmap* bitmap = nullptr;
-        Check(gdip::GdipCreateBitmapFromScan0(static_cast<INT>(store.width), static_cast<INT>(store.height),
-                                              static_cast<INT>(store.width * 4), format,
-                                              reinterpret_cast<BYTE*>(words.data()), &bitmap));
-        const Image image(bitmap);
+        const std::string format = FileFormat(file);
+        const CLSID encoder = EncoderOf(format);
+        std::vector<uint32_t> memory;
+        const Image image = ForSaving(store, format == "gif", memory);
         ULONG level = static_cast<ULONG>(quality);
         Gdiplus::EncoderParameters parameters{};
         parameters.Count = 1;

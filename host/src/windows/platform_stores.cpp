@@ -130,13 +130,13 @@ class DibStore : public RowStore {
 class DeviceStore : public PictureStore {
   public:
     DeviceStore(int64_t w, int64_t h) : PictureStore(PictureStorage::DeviceBitmap, w, h, false) {
-        screen_ = GetDC(nullptr);
-        bitmap_ = CreateCompatibleBitmap(screen_, static_cast<int>(w), static_cast<int>(h));
-        if (bitmap_ == nullptr) throw std::bad_alloc();
+        device_ = CreateCompatibleDC(nullptr);
+        bitmap_ = CreateBitmap(static_cast<int>(w), static_cast<int>(h), 1, 32, nullptr);
+        if (bitmap_ == nullptr || device_ == nullptr) throw std::bad_alloc();
     }
     ~DeviceStore() override {
         DeleteObject(bitmap_);
-        ReleaseDC(nullptr, screen_);
+        DeleteDC(device_);
     }
     void Read(int64_t x, int64_t y, int64_t count, uint32_t* argb) const override {
         const std::vector<uint32_t> row = Row(y);
@@ -146,19 +146,19 @@ class DeviceStore : public PictureStore {
     void Write(int64_t x, int64_t y, int64_t count, const uint32_t* argb) override {
         std::vector<uint32_t> row = Row(y);
         std::copy(argb, argb + count, row.begin() + x);
-        BITMAPINFO info = Info(1);
-        SetDIBits(screen_, bitmap_, ScanLine(y), 1, row.data(), &info, DIB_RGB_COLORS);
+        BITMAPINFO info = Info();
+        SetDIBits(device_, bitmap_, ScanLine(y), 1, row.data(), &info, DIB_RGB_COLORS);
     }
     uint32_t Raw(int64_t x, int64_t y) const override { return Row(y)[static_cast<size_t>(x)]; }
     uint32_t NativeType() const override { return kPictureWin32Bitmap; }
     void* NativeData() const override { return bitmap_; }
 
   private:
-    BITMAPINFO Info(int64_t rows) const {
+    BITMAPINFO Info() const {
         BITMAPINFO info{};
         info.bmiHeader.biSize = sizeof info.bmiHeader;
         info.bmiHeader.biWidth = static_cast<LONG>(width);
-        info.bmiHeader.biHeight = static_cast<LONG>(rows);
+        info.bmiHeader.biHeight = static_cast<LONG>(height);
         info.bmiHeader.biPlanes = 1;
         info.bmiHeader.biBitCount = 32;
         return info;
@@ -167,12 +167,12 @@ class DeviceStore : public PictureStore {
     UINT ScanLine(int64_t y) const { return static_cast<UINT>(height - 1 - y); }
     std::vector<uint32_t> Row(int64_t y) const {
         std::vector<uint32_t> row(static_cast<size_t>(width));
-        BITMAPINFO info = Info(height);
-        GetDIBits(screen_, bitmap_, ScanLine(y), 1, row.data(), &info, DIB_RGB_COLORS);
+        BITMAPINFO info = Info();
+        GetDIBits(device_, bitmap_, ScanLine(y), 1, row.data(), &info, DIB_RGB_COLORS);
         return row;
     }
 
-    HDC screen_;
+    HDC device_;
     HBITMAP bitmap_;
 };
 
