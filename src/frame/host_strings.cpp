@@ -1,41 +1,103 @@
 #include "frame/host_strings.h"
 
-#include <algorithm>
+#include <array>
 #include <cstring>
+#include <exception>
+#include <limits>
+#include <memory>
+#include <new>
+#include <string>
 
 #include "frame/debug_log.h"
 #include "frame/failures.h"
-#include "frame/host_calls.h"
+#include "frame/references.h"
+#include "frame/text_conversion.h"
 
 namespace trv {
 
 namespace {
 
-bool IsAscii(const char* bytes, int64_t count) {
-    return std::none_of(bytes, bytes + count, [](char c) { return static_cast<unsigned char>(c) > 127; });
+constexpr int64_t kMostBytes = std::numeric_limits<int32_t>::max();
+
+/// Calls into the host, with what it throws turned into a host exception and nil. Its message is built the
+/// same way, so an exception from that is let go, or this would never end.
+template <class Call>
+HostString Guarded(Call call) {
+    static bool raising = false;
+    const auto raise = [](auto&& translate) {
+        if (raising) return;
+        raising = true;
+        translate();
+        raising = false;
+    };
+    try {
+        return call();
+    } catch (const std::exception& exception) {
+        raise([&] { TranslateException(exception); });
+    } catch (...) {
+        raise([] { RaiseUnnamedException(); });
+    }
+    return nullptr;
 }
 
-HostString BuildDirectly(const char* bytes, int64_t count, uint32_t encoding) {
-    if (HostVersion() >= 2012.0) {
-        return host::REALBuildStringWithEncoding(bytes, static_cast<int32_t>(count), encoding);
-    }
-    const HostString string = host::REALBuildString(bytes, static_cast<int32_t>(count));
+HostString BuildDirectly(const void* bytes, int64_t count, uint32_t encoding) {
+    const auto* text = static_cast<const char*>(bytes);
+    const auto hostCount = static_cast<int32_t>(count);
+    if (HostVersion() >= 2012.0) return host::REALBuildStringWithEncoding(text, hostCount, encoding);
+    const HostString string = host::REALBuildString(text, hostCount);
     if (string != nullptr) host::REALSetStringEncoding(string, encoding);
     return string;
+}
+
+/// Whether there is a text of that many units that a host string can hold.
+bool IsBuildable(const void* units, int64_t count, int64_t unitBytes = 1) {
+    if (units == nullptr || count < 1) return false;
+    if (count <= kMostBytes / unitBytes) return true;
+    TRV_LOG("Count too big for REALBuildUnicodeString.");
+    return false;
+}
+
+/// The units as a host string of their encoding, which the host then converts to UTF-8.
+template <class Unit>
+HostString BuildConverted(const Unit* units, int64_t count, uint32_t encoding, const char* failureLabel) {
+    const auto bytes = count * static_cast<int64_t>(sizeof(Unit));
+    const HostString converted = Guarded([&] {
+        const StringReference whole(BuildDirectly(units, bytes, encoding));
+        return whole.Get() == nullptr ? nullptr : host::REALConvertString(whole.Get(), kEncodingUtf8);
+    });
+    if (converted == nullptr) TRV_LOG(failureLabel);
+    return converted;
+}
+
+/// UTF-32 for a host that does not know it.
+HostString BuildByWayOfUtf16(const char32_t* units, int64_t count) {
+    static constexpr int64_t kFewUnits = 200;
+    std::array<char16_t, 2 * kFewUnits> few;
+    std::unique_ptr<char16_t[]> many;
+    char16_t* buffer = few.data();
+    if (count >= kFewUnits) {
+        many.reset(new (std::nothrow) char16_t[2 * static_cast<size_t>(count) + 1]);
+        buffer = many.get();
+    }
+    if (buffer == nullptr) {
+        TRV_LOG("Out of memory in REALBuildUnicodeStringUTF32.");
+        return nullptr;
+    }
+    return REALBuildUnicodeStringUTF16(buffer, Utf32ToUtf16(units, count, buffer));
 }
 
 }  // namespace
 
 HostString REALBuildUnicodeString(const char* bytes, int64_t count, uint32_t encoding) {
-    if (bytes == nullptr || count < 1) return nullptr;
-    if (count > INT32_MAX) {
-        TRV_LOG("Count too big for REALBuildUnicodeString.");
-        return nullptr;
-    }
+    if (!IsBuildable(bytes, count)) return nullptr;
     switch (encoding) {
         case kEncodingAscii:
         case kEncodingUtf8:
             break;
+        case kEncodingUtf16:
+            return REALBuildUnicodeStringUTF16(reinterpret_cast<const char16_t*>(bytes), count / 2);
+        case kEncodingUtf32:
+            return REALBuildUnicodeStringUTF32(reinterpret_cast<const char32_t*>(bytes), count / 4);
         case kEncodingNative:
         case kEncodingLatin:
         case kEncodingAnsi:
@@ -46,21 +108,52 @@ HostString REALBuildUnicodeString(const char* bytes, int64_t count, uint32_t enc
             TRV_LOG("Unknown encoding in REALBuildUnicodeString");
             break;
     }
-    try {
-        return BuildDirectly(bytes, count, encoding);
-    } catch (const std::exception& exception) {
-        TranslateException(exception);
-    } catch (...) {
-        RaiseUnnamedException();
-    }
-    return nullptr;
+    return Guarded([&] { return BuildDirectly(bytes, count, encoding); });
+}
+
+HostString REALBuildUnicodeStringUTF16(const char16_t* units, int64_t count) {
+    if (!IsBuildable(units, count, sizeof *units)) return nullptr;
+    return BuildConverted(units, count, kEncodingUtf16, "Out of memory in REALBuildUnicodeStringUTF16.");
+}
+
+HostString REALBuildUnicodeStringUTF32(const char32_t* units, int64_t count) {
+    if (!IsBuildable(units, count, sizeof *units)) return nullptr;
+    if (HostVersion() < 2013.0) return BuildByWayOfUtf16(units, count);
+    return BuildConverted(units, count, kEncodingUtf32, "Out of memory in REALBuildUnicodeStringUTF32.");
 }
 
 HostString BuildAsciiString(const char* text) {
     if (text == nullptr) return nullptr;
-    const int64_t count = static_cast<int64_t>(std::strlen(text));
+    const auto count = static_cast<int64_t>(std::strlen(text));
     if (debugFlag && !IsAscii(text, count)) TRV_LOG("Error: text is not ascii");
     return REALBuildUnicodeString(text, count, kEncodingAscii);
+}
+
+HostString BuildUtf16String(const char16_t* text) {
+    if (text == nullptr) return nullptr;
+    const auto count = static_cast<int64_t>(std::char_traits<char16_t>::length(text));
+    return REALBuildUnicodeStringUTF16(text, count);
+}
+
+HostString BuildPrefixedString(const uint8_t* text) {
+    if (text == nullptr) return nullptr;
+    return REALBuildUnicodeString(reinterpret_cast<const char*>(text + 1), *text, kEncodingNative);
+}
+
+HostString BuildFourCharCodeString(uint32_t code) {
+    char bytes[4];
+    for (int i = 0; i < 4; ++i)
+        bytes[i] = static_cast<char>(code >> (24 - 8 * i));
+    return REALBuildUnicodeString(bytes, sizeof bytes, kEncodingNative);
+}
+
+StringBytes BytesOfString(HostString string) {
+    int64_t count = -1;
+    const char* bytes = host::StringGetCString(string, &count);
+    if (bytes == nullptr) return {};
+    // A host without the length method.
+    if (count < 0) count = static_cast<int64_t>(std::strlen(bytes));
+    return {bytes, count};
 }
 
 }  // namespace trv

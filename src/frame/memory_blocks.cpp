@@ -1,5 +1,10 @@
 #include "frame/memory_blocks.h"
 
+#include <cstring>
+#include <exception>
+
+#include "frame/debug_log.h"
+#include "frame/failures.h"
 #include "frame/object_methods.h"
 #include "frame/references.h"
 
@@ -30,6 +35,22 @@ HostObject NewMemoryBlock(int64_t bytes) {
     const ObjectReference exception(host::PluginCallFunctionWithExceptionHandler(MakeBlock, &request));
     ObjectReference block(request.block);
     return block && MemoryBlockSize(block.Get()) >= bytes ? block.Release() : nullptr;
+}
+
+HostObject REALBuildMemoryblock(const void* bytes, int64_t size) {
+    if (bytes == nullptr || size < 1) return nullptr;
+    try {
+        ObjectReference block(NewMemoryBlock(size));
+        if (uint8_t* const copy = MemoryBlockPointer(block.Get())) {
+            std::memcpy(copy, bytes, static_cast<size_t>(size));
+            return block.Release();
+        }
+        TRV_LOG("Error: Failed to allocate memoryblock");
+    } catch (const std::exception& exception) {
+        TRV_LOG("Got C++ exception in REALBuildMemoryblock: ", exception.what());
+    }
+    RaiseOutOfMemory("Failed to allocate a memoryblock with %lld bytes in size.", size);
+    return nullptr;
 }
 
 HostObject WrapMemory(void* bytes) {

@@ -12,6 +12,10 @@ namespace trv {
 /// when the host cannot give that much (its own exception is caught and forgotten).
 [[nodiscard]] HostObject NewMemoryBlock(int64_t bytes);
 
+/// A new block that holds a copy of `size` bytes, with one reference for the caller; nil for nil bytes and a
+/// size below 1. Without memory it is nil too, and OutOfMemoryException is raised.
+[[nodiscard]] HostObject REALBuildMemoryblock(const void* bytes, int64_t size);
+
 /// A block over bytes that stay the caller's, with one reference for the caller, or nil.
 [[nodiscard]] HostObject WrapMemory(void* bytes);
 

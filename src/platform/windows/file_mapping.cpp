@@ -1,10 +1,8 @@
 #include "platform/file_mapping.h"
 
-#include <cstring>
-#include <cwchar>
-#include <memory>
-#include <new>
 #include <windows.h>
+
+#include "platform/windows/wide_path.h"
 
 namespace trv {
 
@@ -19,33 +17,6 @@ bool Close(intptr_t handle) {
     if (handle != kNoHandle) return CloseHandle(Handle(handle)) != 0;
     SetLastError(ERROR_INVALID_HANDLE);
     return false;
-}
-
-/// The path in the system's own encoding; a path of more than 260 units is marked as a long one, which the
-/// system otherwise refuses. Null, with the reason as the last error, if it cannot be had.
-std::unique_ptr<wchar_t[]> WidePath(const char* path) {
-    static constexpr wchar_t kPrefix[] = L"\\\\?\\";
-    static constexpr size_t kPrefixUnits = 4;
-    static constexpr size_t kLongestPlainPath = 260;
-    if (path == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return nullptr;
-    }
-    const int units = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, nullptr, 0);
-    if (units < 1) return nullptr;
-    const size_t room = static_cast<size_t>(units) + kPrefixUnits;
-    std::unique_ptr<wchar_t[]> wide(new (std::nothrow) wchar_t[room]);
-    if (wide == nullptr) {
-        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-        return nullptr;
-    }
-    MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, path, -1, wide.get(), units);
-    const size_t length = static_cast<size_t>(units) - 1;
-    if (length > kLongestPlainPath && std::wcsncmp(wide.get(), kPrefix, kPrefixUnits) != 0) {
-        std::memmove(wide.get() + kPrefixUnits, wide.get(), static_cast<size_t>(units) * sizeof(wchar_t));
-        std::memcpy(wide.get(), kPrefix, kPrefixUnits * sizeof(wchar_t));
-    }
-    return wide;
 }
 
 /// Sets the file's length; the position goes with it.
@@ -67,11 +38,11 @@ DWORD LowHalf(int64_t value) {
 }  // namespace
 
 intptr_t OpenScratchFile(const char* path) {
-    const auto wide = WidePath(path);
+    const WidePath wide = WidePathOf(path);
     if (wide == nullptr) return kNoHandle;
-    return reinterpret_cast<intptr_t>(CreateFileW(wide.get(), GENERIC_READ | GENERIC_WRITE,
-                                                  FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS,
-                                                  FILE_ATTRIBUTE_NORMAL, nullptr));
+    return reinterpret_cast<intptr_t>(CreateFileLongPath(wide.get(), GENERIC_READ | GENERIC_WRITE,
+                                                         FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                                         OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
 bool GrowFile(intptr_t file, int64_t bytes) {
@@ -93,8 +64,9 @@ bool CloseFile(intptr_t file) {
 }
 
 bool RemoveFile(const char* path) {
-    const auto wide = WidePath(path);
-    return wide != nullptr && DeleteFileW(wide.get()) != 0;
+    const WidePath wide = WidePathOf(path);
+    return wide != nullptr &&
+           WithLongPath(wide.get(), [](const wchar_t* taken) { return DeleteFileW(taken) != 0; });
 }
 
 intptr_t CreateMapping(intptr_t file, int64_t bytes) {
