@@ -1,10 +1,12 @@
 #pragma once
 
-// The seven resampling kernels, each with its support radius and the fixed capacities of its contribution lists.
+// The seven resampling kernels, each with its support radius and the fixed capacities of its contribution
+// lists.
 //
-// A kernel is a type: `At(x)` is its value at the distance x from the centre, in double precision, 0 outside the
-// support. A table builder is instantiated with the type, so no kernel is called through a pointer. What a formula
-// says is said to the operation: its grouping decides whether a value is exactly zero, and zero taps are dropped.
+// A kernel is a type: `At(x)` is its value at the distance x from the centre, in double precision, 0 outside
+// the support. A table builder is instantiated with the type, so no kernel is called through a pointer. What
+// a formula says is said to the operation: its grouping decides whether a value is exactly zero, and zero
+// taps are dropped.
 
 #include <cmath>
 #include <cstdint>
@@ -86,8 +88,8 @@ struct MitchellKernel {
     }
 };
 
-/// Cubic convolution with parameter -0.75. The radius is wider than the kernel: it only adds candidates, which fall
-/// away as zero weights.
+/// Cubic convolution with parameter -0.75. The radius is wider than the kernel: it only adds candidates,
+/// which fall away as zero weights.
 struct Poly3Kernel {
     static constexpr double kRadius = 4.0;
     static constexpr int64_t kHorizontalCapacity = 10;
@@ -124,14 +126,29 @@ struct CubicKernel {
 template <class Work>
 bool DispatchKernel(int64_t mode, Work&& work) {
     switch (mode) {
-        case ScaleTriangle: work.template operator()<TriangleKernel>(); return true;
-        case ScaleBox: work.template operator()<BoxKernel>(); return true;
-        case ScaleLanczos3: work.template operator()<Lanczos3Kernel>(); return true;
-        case ScaleLanczos8: work.template operator()<Lanczos8Kernel>(); return true;
-        case ScaleMitchell: work.template operator()<MitchellKernel>(); return true;
-        case ScalePoly3: work.template operator()<Poly3Kernel>(); return true;
-        case ScaleCubic: work.template operator()<CubicKernel>(); return true;
-        default: return false;
+        case ScaleTriangle:
+            work.template operator()<TriangleKernel>();
+            return true;
+        case ScaleBox:
+            work.template operator()<BoxKernel>();
+            return true;
+        case ScaleLanczos3:
+            work.template operator()<Lanczos3Kernel>();
+            return true;
+        case ScaleLanczos8:
+            work.template operator()<Lanczos8Kernel>();
+            return true;
+        case ScaleMitchell:
+            work.template operator()<MitchellKernel>();
+            return true;
+        case ScalePoly3:
+            work.template operator()<Poly3Kernel>();
+            return true;
+        case ScaleCubic:
+            work.template operator()<CubicKernel>();
+            return true;
+        default:
+            return false;
     }
 }
 

@@ -1,0 +1,138 @@
+#pragma once
+
+// What the two fast passes share: working memory, the cutting of lists into groups and of groups into
+// windows, the choice between float and double.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "platform/memory.h"
+#include "scale/row_kernels.h"
+#include "scale/tap_table.h"
+
+namespace trv {
+
+/// Bytes of a window; it holds as many positions as fit for the lanes and the type at hand.
+inline constexpr int64_t kWindowBytes = 128 * 1024;
+/// A group has at least this many lists, even where they span more than one window.
+inline constexpr int64_t kFewestLists = 16;
+
+/// A zeroed block of T from the system, aligned for vectors.
+template <class T>
+class WorkBlock {
+  public:
+    explicit WorkBlock(int64_t count) : block_(AllocateZeroed(count * int64_t{sizeof(T)} + kAlignment)) {}
+    ~WorkBlock() { FreeZeroed(block_); }
+    WorkBlock(const WorkBlock&) = delete;
+    WorkBlock& operator=(const WorkBlock&) = delete;
+
+    [[nodiscard]] bool Ok() const { return block_ != nullptr; }
+    [[nodiscard]] T* Get() const {
+        return reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(block_) + kAlignment - 1) &
+                                    ~(kAlignment - 1));
+    }
+
+  private:
+    static constexpr uintptr_t kAlignment = 64;
+    void* block_;
+};
+
+/// Asks the processor to have these bytes at hand soon. The passes read from and write to more rows at once
+/// than it follows by itself. Any address will do.
+inline void Prefetch(const uint8_t* bytes, int64_t count) {
+    constexpr int64_t kLine = 64;
+    for (int64_t i = 0; i < count; i += kLine)
+        __builtin_prefetch(bytes + i);
+}
+
+/// The kernels' functions for T.
+template <class T>
+[[nodiscard]] const SampleKernels<T>& KernelsFor(const RowKernels& kernels) {
+    if constexpr (sizeof(T) == sizeof(float)) {
+        return kernels.single;
+    } else {
+        return kernels.wide;
+    }
+}
+
+/// Lists that are worked on together, and the positions that their taps cover.
+struct ListGroup {
+    int64_t begin;
+    int64_t end;
+    int64_t firstPosition;
+    int64_t endPosition;
+
+    [[nodiscard]] int64_t Lists() const { return end - begin; }
+    [[nodiscard]] int64_t Positions() const { return endPosition - firstPosition; }
+};
+
+/// The group that starts with list `begin`, below `end`: at most `most` lists, whose taps fit into
+/// `positions` positions unless the group would be too small for it to be worth it.
+template <class T>
+[[nodiscard]] ListGroup NextGroup(const TapTable<T>& table, int64_t begin, int64_t end, int64_t most,
+                                  int64_t positions) {
+    const TapList<T>* lists = table.Lists();
+    ListGroup group{begin, begin, lists[begin].first, 0};
+    const auto endOf = [&](int64_t i) { return lists[i].first + lists[i].count; };
+    while (group.end < end && group.Lists() < most) {
+        const bool fits = endOf(group.end) - group.firstPosition <= positions;
+        if (!fits && group.Lists() >= kFewestLists) break;
+        group.endPosition = endOf(group.end++);
+    }
+    return group;
+}
+
+/// Calls `work(first, end)` with each window's stretch of the group's positions.
+template <class Work>
+void ForEachWindow(const ListGroup& group, int64_t positions, Work&& work) {
+    for (int64_t first = group.firstPosition; first < group.endPosition; first += positions) {
+        work(first, std::min(first + positions, group.endPosition));
+    }
+}
+
+/// The tables of a pass: float where its margins are small enough to be useful, double where they are not.
+class TapTables {
+  public:
+    /// `onlyWide` is for samples of 16 bits. False if there is no memory.
+    [[nodiscard]] bool Build(const ContributionList* contrib, int64_t count, int64_t positions,
+                             SampleRange range, bool onlyWide) {
+        useWide_ = onlyWide || !single_.Build(contrib, count, positions, range) ||
+                   single_.ExpectedDoubts() > kMostDoubts;
+        return wide_.Build(contrib, count, positions, range);
+    }
+    [[nodiscard]] bool UseWide() const { return useWide_; }
+    template <class T>
+    [[nodiscard]] const TapTable<T>& For() const {
+        if constexpr (sizeof(T) == sizeof(float)) {
+            return single_;
+        } else {
+            return wide_;
+        }
+    }
+
+    /// Share of doubts from which on double is faster.
+    static constexpr double kMostDoubts = 1.0 / 64.0;
+
+  private:
+    TapTable<float> single_;
+    TapTable<double> wide_;
+    bool useWide_ = false;
+};
+
+/// Counts doubts as they come, and tells when an image has so many that float does not pay.
+class DoubtMeter {
+  public:
+    void Add(int64_t doubts, int64_t samples) {
+        doubts_ += doubts;
+        samples_ += samples;
+    }
+    [[nodiscard]] bool TooMany() const {
+        return static_cast<double>(doubts_) > TapTables::kMostDoubts * static_cast<double>(samples_) + 1000.0;
+    }
+
+  private:
+    int64_t doubts_ = 0;
+    int64_t samples_ = 0;
+};
+
+}  // namespace trv
