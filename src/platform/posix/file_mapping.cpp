@@ -97,6 +97,12 @@ intptr_t OpenScratchFile(const char* path) {
         errno = EINVAL;
         return kNoHandle;
     }
+    // What is deleted in the end had better be a file: not a pipe, not a device.
+    struct stat description {};
+    if (stat(path, &description) == 0 && !S_ISREG(description.st_mode)) {
+        errno = EINVAL;
+        return kNoHandle;
+    }
     return open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
 }
 
