@@ -14,6 +14,8 @@
 #include "plugin/class_definitions.h"
 #include "plugin/member_lines.h"
 #include "rows/copy_pixels.h"
+#include "rows/row_methods.h"
+#include "scale/two_pass.h"
 
 namespace trv {
 
@@ -171,6 +173,9 @@ MethodDefinition methods[] = {
     Method<"ClearCache", rbClearCache>(),
     Method<"CreatePictureTRV(width as integer, height as integer, ImageFormat as integer) as PictureTRV",
            CreatePictureLocal>(),
+    Method<"Scale(source as PictureTRV, temp as PictureTRV, mode as integer, width as integer, height as "
+           "integer) as boolean",
+           rbScale>(),
     Method<"Constructor(width as integer, height as integer, ImageFormat as integer, BlockSize as Int64, "
            "FilePath as folderitem)",
            ImageConstructorFile>(),
@@ -207,6 +212,17 @@ MethodDefinition methods[] = {
     PictureMethod<"CopyPictureWithMask as picture", rbCopyPictureWithMaskAll>(),
     PictureMethod<"CopyPicture as picture", rbCopyPictureAll>(),
     PictureMethod<"CopyMask as picture", rbCopyMaskAll>(),
+    Method<"RawRowPtr(index as integer) as Ptr", rbRawRowPtr>(),
+    Method<"RawRow(index as integer) as memoryblock", rbRawRow>(),
+    Method<"Row(index as integer) as memoryblock", rbRow, rbSetRow>(),
+    Method<"RowInFormat(index as integer, ImageFormat as integer) as memoryblock", rbRowInFormat,
+           rbSetRowInFormat>(),
+    Method<"RowInFormat(index as integer, ImageFormat as integer, InvertAlpha as boolean) as memoryblock",
+           rbRowInFormatInvertAlpha, rbSetRowInFormatInvertAlpha>(),
+    Method<"RowStringInFormat(index as integer, ImageFormat as integer) as string", rbRowStringInFormat,
+           rbSetRowStringInFormat>(),
+    Method<"DataStringInFormat(ImageFormat as integer) as string", rbDataStringInFormat,
+           rbSetDataStringInFormat>(),
     Method<"Clone as PictureTRV", rbClone>(),
     Method<"ClearRect", rbClearRectAll>(),
     Method<"ClearRect(x as integer, y as integer, width as integer, height as integer)", rbClearRect>(),

@@ -1,39 +1,9 @@
 // CopyPixels, from outside, against a reference that goes channel by channel.
 
-#include <map>
-
-#include "plugin_test.h"
+#include "image_sides.h"
 
 namespace trvtest {
 namespace {
-
-using Offsets = std::map<std::string, int64_t>;
-
-/// What a format is made of, read from the image's properties.
-struct Side {
-    char family = '-';  // G, R, C or - for none
-    bool alpha = false;
-    bool wide = false;
-    int64_t pixelSize = 0;
-    Offsets at;
-
-    Side(trvhost::Host& host, const Ref& image) {
-        if (host.Get<bool>(image, "IsGray")) family = 'G';
-        if (host.Get<bool>(image, "IsRGB")) family = 'R';
-        if (host.Get<bool>(image, "IsCMYK")) family = 'C';
-        alpha = host.Get<bool>(image, "HasAlpha");
-        wide = host.Get<int64_t>(image, "BitsPerComponent") == 16;
-        pixelSize = host.Get<int64_t>(image, "PixelSize");
-        for (const char* name :
-             {"Red", "Green", "Blue", "Gray", "Alpha", "Cyan", "Magenta", "Yellow", "Black"}) {
-            at[name] = host.Get<int64_t>(image, std::string(name) + "Offset");
-        }
-    }
-};
-
-uint8_t Luma(int red, int green, int blue) {
-    return static_cast<uint8_t>((77 * red + 151 * green + 28 * blue) >> 8);
-}
 
 /// One pixel by the table of pairs; false for a pair that is refused.
 bool CopyPixel(const Side& d, uint8_t* dest, const Side& s, const uint8_t* source) {
