@@ -1,32 +1,29 @@
-// The size that a picture file says it has, before anyone allocates memory for it: picture files come from
-// strangers.
+// What a picture file says about itself, before anyone allocates memory for it or trusts a decoder with it:
+// picture files come from strangers, and some were cut off on their way.
 #pragma once
 
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <optional>
-#include <span>
-#include <string>
+#include <string_view>
 
 #include "picture_size.h"
 
 namespace trvhost::program {
 
-/// Reads `count` bytes at an offset of the file; fewer where the file ends before.
-using HeaderReader = std::function<std::string(uint64_t offset, size_t count)>;
-
 /// The size by the header of a PNG, JPEG, GIF, BMP or WebP file; none for any other file. Throws
-/// std::runtime_error when the header is cut off or leads nowhere. The sides of a hostile file can be
-/// anything, but none is negative.
-std::optional<PictureSize> SizeByHeader(const HeaderReader& read);
+/// std::runtime_error when the header leads nowhere, and when a JPEG, GIF or WebP file ends too early:
+/// decoders make a picture of those all the same. The sides of a hostile file can be anything, but none is
+/// negative.
+std::optional<PictureSize> SizeByHeader(std::string_view file);
 
-/// Refuses what should not be loaded: what is no ordinary file, cannot be opened, is empty, or says that it
-/// has more pixels than kMostPixels or a side of none. Throws std::runtime_error with a one-line text that
-/// names file and reason. Gives the size where the header tells it.
+/// Refuses what should not be loaded: what is no ordinary file, cannot be read, is empty, too large or cut
+/// off, or says that it has more than kMostPixels pixels or none. Throws std::runtime_error with a one-line
+/// text that names file and reason. Gives the size where the header tells it.
 std::optional<PictureSize> CheckPictureFile(const std::filesystem::path& file);
 
-/// The most pixels of a picture that is loaded.
+/// The most pixels of a picture that is loaded, and the most bytes of its file.
 inline constexpr int64_t kMostPixels = (int64_t{1} << 31) - 1;
+inline constexpr uint64_t kMostBytes = (uint64_t{1} << 31) - 1;
 
 }  // namespace trvhost::program
