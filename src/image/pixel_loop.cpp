@@ -1,6 +1,7 @@
 #include "image/pixel_loop.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "frame/debug_log.h"
 #include "frame/host_calls.h"
@@ -15,35 +16,69 @@ namespace {
 constexpr std::array kColourChannels = {Channel::Gray, Channel::Red, Channel::Green, Channel::Blue,
                                         Channel::Alpha};
 
+/// A coordinate or size while it is clipped. Callers may have chosen any 64-bit number, of which a few are
+/// added up.
+using Wide = __int128;
+
+/// What became of it; what leaves 64 bits belongs to an empty rectangle.
+int64_t Narrow(Wide value) {
+    constexpr Wide kLeast = std::numeric_limits<int64_t>::min();
+    constexpr Wide kMost = std::numeric_limits<int64_t>::max();
+    return static_cast<int64_t>(std::clamp(value, kLeast, kMost));
+}
+
 /// A negative size counts to the left of (above) the origin.
-void TurnAround(int64_t& origin, int64_t& size) {
+void TurnAround(Wide& origin, Wide& size) {
     if (size >= 0) return;
-    origin = SaturatedAdd(origin, size);
-    size = SaturatedSubtract(0, size);
+    origin += size;
+    size = -size;
 }
 
 /// Cuts what lies at or beyond `limit`.
-void CutEnd(int64_t origin, int64_t& size, int64_t limit) {
-    if (origin >= limit) size = 0;
-    if (SaturatedAdd(origin, size) > limit) size = SaturatedSubtract(limit, origin);
+void CutEnd(Wide origin, Wide& size, Wide limit) {
+    if (origin >= limit) {
+        size = 0;
+    } else if (origin + size > limit) {
+        size = limit - origin;
+    }
+}
+
+/// One axis of a rectangle.
+void FixAxis(int64_t& originInOut, int64_t& sizeInOut, int64_t limit) {
+    Wide origin = originInOut;
+    Wide size = sizeInOut;
+    TurnAround(origin, size);
+    if (origin < 0) {
+        size += origin;
+        origin = 0;
+    }
+    CutEnd(origin, size, limit);
+    originInOut = Narrow(origin);
+    sizeInOut = Narrow(size);
 }
 
 /// One axis of a rectangle pair, in the order that is the pair's contract.
-void FixAxis(int64_t& dest, int64_t& size, int64_t& source, int64_t sourceLimit, int64_t destLimit,
-             bool turnAround) {
+void FixAxis(int64_t& destInOut, int64_t& sizeInOut, int64_t& sourceInOut, int64_t sourceLimit,
+             int64_t destLimit, bool turnAround) {
+    Wide dest = destInOut;
+    Wide size = sizeInOut;
+    Wide source = sourceInOut;
     if (source < 0) {
-        size = SaturatedAdd(size, source);
-        dest = SaturatedAdd(dest, source);
+        size += source;
+        dest += source;
         source = 0;
     }
     if (turnAround) TurnAround(dest, size);
     if (dest < 0) {
-        size = SaturatedAdd(size, dest);
-        source = SaturatedSubtract(source, dest);
+        size += dest;
+        source -= dest;
         dest = 0;
     }
     CutEnd(dest, size, destLimit);
-    if (SaturatedAdd(source, size) > sourceLimit) size = SaturatedSubtract(sourceLimit, source);
+    if (source + size > sourceLimit) size = sourceLimit - source;
+    destInOut = Narrow(dest);
+    sizeInOut = Narrow(size);
+    sourceInOut = Narrow(source);
 }
 
 /// The clock of the image's interval, in the unit that YieldTicks selects.
@@ -81,16 +116,8 @@ bool StartImage(PictureTRV* image) {
 
 void Fix(const PictureTRV& image, Rectangle& rectangle) {
     TRV_LOG("Fix", rectangle.x, rectangle.y, rectangle.width, rectangle.height);
-    const auto fixAxis = [](int64_t& origin, int64_t& size, int64_t limit) {
-        TurnAround(origin, size);
-        if (origin < 0) {
-            size = SaturatedAdd(size, origin);
-            origin = 0;
-        }
-        CutEnd(origin, size, limit);
-    };
-    fixAxis(rectangle.x, rectangle.width, image.Width);
-    fixAxis(rectangle.y, rectangle.height, image.Height);
+    FixAxis(rectangle.x, rectangle.width, image.Width);
+    FixAxis(rectangle.y, rectangle.height, image.Height);
     TRV_LOG("Fixed", rectangle.x, rectangle.y, rectangle.width, rectangle.height);
 }
 
