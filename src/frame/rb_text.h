@@ -26,6 +26,10 @@ using TextUnit = std::conditional_t<form == TextForm::Utf32, char32_t,
 /// UTF-8 is taken as it is. Converted, it ends before its first illegal sequence; byte-order marks are
 /// skipped in UTF-16 and UTF-32. One thread at a time.
 class rbText {
+    static constexpr uint64_t kCheckWord = 0x7478745462725F5F;
+    volatile uint64_t check1_ =
+        kCheckWord;  // first and last, so that a stray write from either side meets one
+
   public:
     /// Takes a reference of its own on the string. Nil is an empty ASCII text.
     explicit rbText(HostString string);
@@ -57,9 +61,6 @@ class rbText {
     /// Whether the last attempt to make a form failed, or stopped at an illegal sequence.
     [[nodiscard]] bool Failed() const { return failed_; }
 
-    /// The next text of a chain (heap_objects.h).
-    rbText* next = nullptr;
-
   private:
     enum class State { PureAscii = 1, NotExamined = 2, NotAscii = 3 };
 
@@ -88,14 +89,17 @@ class rbText {
     void Finish(Form& form, const void* text, int64_t length, bool failed = false);
     void Fail(Form& form) { Finish(form, nullptr, 0, true); }
 
-    static constexpr uint64_t kCheckWord = 0x7478745462725F5F;
-
-    volatile uint64_t check1_ = kCheckWord;
     StringReference string_;
     std::array<Form, kForms> forms_;
     bool failed_ = false;
     uint32_t encoding_ = kEncodingAscii;
     State state_ = State::PureAscii;
+
+  public:
+    /// The next text of a chain (heap_objects.h).
+    rbText* next = nullptr;
+
+  private:
     volatile uint64_t check2_ = kCheckWord;
 };
 
