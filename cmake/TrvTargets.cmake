@@ -26,6 +26,10 @@ if(TRV_SANITIZE)
     target_compile_options(trv_options INTERFACE
         -fsanitize=${TRV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(trv_options INTERFACE -fsanitize=${TRV_SANITIZE})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        # Functions cross the host boundary as addresses without a type.
+        target_compile_options(trv_options INTERFACE -fno-sanitize=function)
+    endif()
 endif()
 if(TRV_COVERAGE)
     target_compile_options(trv_options INTERFACE --coverage -fprofile-update=atomic)
