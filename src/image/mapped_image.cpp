@@ -1,8 +1,11 @@
 #include "image/mapped_image.h"
 
+#include <cstring>
 #include <limits>
 
 #include "frame/debug_log.h"
+#include "frame/host_strings.h"
+#include "frame/path.h"
 #include "frame/references.h"
 #include "image/checked_math.h"
 #include "image/life_cycle.h"
@@ -17,21 +20,14 @@ int64_t AllocationGranularity = 4096;
 
 namespace {
 
-/// The path of a folder item; nil for nil and if the item does not tell.
-StringReference NativePath(HostObject item) {
-    HostString path = nullptr;
-    if (item == nullptr || !host::REALGetPropValueString(item, "NativePath", &path)) return {};
-    return StringReference(path);
-}
-
 void LogHalves(const char* lowLabel, const char* highLabel, int64_t value) {
     TRV_LOG(lowLabel, static_cast<uint32_t>(value));
     TRV_LOG(highLabel, static_cast<int32_t>(value >> 32));
 }
 
 /// Opens the file behind a new image and gives it its length; kNoHandle if that is not to be.
-intptr_t OpenBackingFile(HostString path, int64_t bytes) {
-    const intptr_t file = OpenScratchFile(host::StringGetCString(path, nullptr));
+intptr_t OpenBackingFile(Path& path, int64_t bytes) {
+    const intptr_t file = CreateFileLongPath(path);
     if (file == kNoHandle) {
         TRV_LOG("CreateFileLongPath failed");
         return kNoHandle;
@@ -48,7 +44,7 @@ intptr_t OpenBackingFile(HostString path, int64_t bytes) {
 }
 
 /// The mapping of a new image; on failure the file is closed and, if it was taken over, deleted.
-intptr_t MapBackingFile(intptr_t file, HostString path, int64_t bytes) {
+intptr_t MapBackingFile(intptr_t file, Path& path, int64_t bytes) {
     TRV_LOG("CreateFileMapping");
     const intptr_t mapping = CreateMapping(file, bytes);
     if (mapping != kNoHandle) {
@@ -58,9 +54,16 @@ intptr_t MapBackingFile(intptr_t file, HostString path, int64_t bytes) {
     TRV_LOG("CreateFileMapping failed", 0);
     if (file != kNoHandle) {
         CloseFile(file);
-        RemoveFile(host::StringGetCString(path, nullptr));
+        RemoveFile(path.UnixFilePathUTF8());
     }
     return kNoHandle;
+}
+
+/// The path as a string of the host's, nil if there is none.
+HostString BuildPathString(Path& path) {
+    const char* text = path.UnixFilePathUTF8();
+    if (text == nullptr) return nullptr;
+    return REALBuildUnicodeString(text, static_cast<int64_t>(std::strlen(text)), kEncodingUtf8);
 }
 
 /// The address of a row of the store, null if it is not in the window.
@@ -137,12 +140,12 @@ void ImageConstructorFile(HostObject me, int64_t width, int64_t height, int64_t 
         TRV_LOG("CreateFileMapping failed", 0);
         return;
     }
-    StringReference path = NativePath(filePath);
-    const intptr_t file = filePath == nullptr ? kNoHandle : OpenBackingFile(path.Get(), mappingSize);
-    const intptr_t mapping = MapBackingFile(file, path.Get(), mappingSize);
+    Path path(filePath);
+    const intptr_t file = filePath == nullptr ? kNoHandle : OpenBackingFile(path, mappingSize);
+    const intptr_t mapping = MapBackingFile(file, path, mappingSize);
     if (mapping == kNoHandle) return;
     ClearReference(record.FilePath);
-    record.FilePath = path.Release();
+    record.FilePath = BuildPathString(path);
     AssignReference(record.WindowFilePath, filePath);
     record.WindowFileHandle = file;
     record.WindowMapHandle = mapping;
@@ -261,10 +264,9 @@ void CloseMappedFile(PictureTRV& record) {
         TRV_LOG("me->WindowFilePath", record.WindowFilePath);
         if (record.WindowFilePath != nullptr) {
             // A file that could not be opened was never the image's, so it stays.
-            const StringReference path = NativePath(record.WindowFilePath);
+            Path path(record.WindowFilePath);
             const bool taken = record.WindowFileHandle != kNoHandle;
-            LogOutcome(taken && RemoveFile(host::StringGetCString(path.Get(), nullptr)), "DeleteFile ok",
-                       "DeleteFile failed");
+            LogOutcome(taken && RemoveFile(path.UnixFilePathUTF8()), "DeleteFile ok", "DeleteFile failed");
         }
     }
     // Numbers of closed handles can come back as those of others.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "frame/failures.h"
+#include "frame/host_arrays.h"
 #include "frame/host_strings.h"
 #include "frame/references.h"
 #include "image/checked_math.h"
@@ -15,9 +16,6 @@
 namespace trv {
 
 namespace {
-
-/// The host's code for arrays of strings.
-constexpr int32_t kStringElements = 16;
 
 /// The names of the planes of gray formats.
 constexpr std::array<std::string_view, 8> kPlaneNames = {"Gray",  "Gray2", "Gray3", "Gray4",
@@ -144,10 +142,11 @@ HostObject rbChannels(HostObject me) {
     int64_t count = 0;
     while (!ChannelName(format, count).empty())
         ++count;
-    const HostObject names = host::RuntimeArrayCreateSingleDimBoundedArray(kStringElements, count - 1);
+    const HostObject names =
+        host::RuntimeArrayCreateSingleDimBoundedArray(static_cast<int32_t>(ElementKind::kString), count - 1);
     for (int64_t i = 0; names != nullptr && i < count; ++i) {
         const StringReference name(BuildName(ChannelName(format, i)));
-        host::PluginStringArraySetProc(names, i, name.Get());
+        REALSetArrayValue<ElementKind::kString>(names, i, name.Get());
     }
     return names;
 }

@@ -92,9 +92,10 @@ TEST_F(MappedFailures, AnItemWithoutAPathMakesAnImageWithoutFile) {
 
 TEST_F(MappedFailures, AnUnreadableStringIsNoPath) {
     trvhost::Options options;
-    options.missingEntries = {"StringGetCString"};
+    options.missingEntries = {"StringGetCString", "PluginGetStringData"};
     Load(options);
     EXPECT_TRUE(Flag(NewMapped(100, 10, "ImageFormatG", 0, "pixels"), "Valid"));
+    EXPECT_EQ(folder_.Count(), 0);
 }
 
 // 2^60 bytes: a number that the system understands, and a file that no disk can hold.

@@ -348,17 +348,18 @@ TEST_F(MappedImage, TwoImagesCanHaveOneFile) {
 TEST_F(MappedImage, TellsHowItBegins) {
     Ref image;
     const auto lines = LogOf([&] { image = NewMapped(100, 10, "ImageFormatRGB", 5, "pixels"); });
-    EXPECT_THAT(lines, ElementsAre("ImageConstructorFile 100, 10, 1", "memblocksize 5", "Size 40960",
-                                   "qSize.LowPart 106496", "qSize.HighPart 0", "CreateFileLongPath ok",
-                                   "GetFileSize high 0", "GetFileSize low 106496", "CreateFileMapping",
-                                   "CreateFileMapping ok", "Created file mapping for Windows",
-                                   StartsWith("me->WindowFilePath "), StartsWith("me->WindowFileHandle "),
-                                   StartsWith("me->WindowMapHandle "), "setMemBlockSize 5",
-                                   "AllocationGranularity 4096", "Size too big, so reduce.", "me->BufRow 10",
-                                   "me->memblocksize 40960", "get first row", "SelectRow 0", "RowSize 4096",
-                                   "offset 0", "rest 0", "msize 40960", "offset 0", "offset 4 KB rest 0",
-                                   "offset 64 KB rest 0", "done 0", "got first row", "me->RowSize 4096",
-                                   "me->TotalSize 40960", StartsWith("me->RowBuffer ")));
+    EXPECT_THAT(
+        lines,
+        ElementsAre("ImageConstructorFile 100, 10, 1", "memblocksize 5", "Size 40960", "qSize.LowPart 106496",
+                    "qSize.HighPart 0", "UnixFilePathUTF16 file...", "Try UTF8 to UTF16 conversion...",
+                    "CreateFileLongPath ok", "GetFileSize high 0", "GetFileSize low 106496",
+                    "CreateFileMapping", "CreateFileMapping ok", "Created file mapping for Windows",
+                    StartsWith("me->WindowFilePath "), StartsWith("me->WindowFileHandle "),
+                    StartsWith("me->WindowMapHandle "), "setMemBlockSize 5", "AllocationGranularity 4096",
+                    "Size too big, so reduce.", "me->BufRow 10", "me->memblocksize 40960", "get first row",
+                    "SelectRow 0", "RowSize 4096", "offset 0", "rest 0", "msize 40960", "offset 0",
+                    "offset 4 KB rest 0", "offset 64 KB rest 0", "done 0", "got first row",
+                    "me->RowSize 4096", "me->TotalSize 40960", StartsWith("me->RowBuffer ")));
 }
 
 TEST_F(MappedImage, TellsHowItEnds) {
