@@ -12,9 +12,10 @@
 #define TRV_IN_FRESH_PROCESS(...)                                  \
     do {                                                           \
         GTEST_FLAG_SET(death_test_style, "threadsafe");            \
+        const auto trvStatement = [&] { __VA_ARGS__ };             \
         EXPECT_EXIT(                                               \
             {                                                      \
-                [&] { __VA_ARGS__ }();                             \
+                trvStatement();                                    \
                 std::fflush(nullptr);                              \
                 std::_Exit(::testing::Test::HasFailure() ? 1 : 0); \
             },                                                     \

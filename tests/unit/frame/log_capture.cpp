@@ -1,5 +1,7 @@
 #include "unit/frame/log_capture.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <gtest/gtest.h>
 #include <mutex>
 
@@ -18,7 +20,11 @@ std::vector<std::string> messages;
 
 void DebugOutput(const char* message) {
     const std::lock_guard lock(mutex);
-    if (capturing) messages.emplace_back(message);
+    if (capturing) {
+        messages.emplace_back(message);
+    } else {
+        std::fprintf(stderr, "%s\n", message);
+    }
 }
 
 namespace test {
