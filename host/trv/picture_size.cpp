@@ -12,6 +12,7 @@ namespace {
 /// The whole text as a number; one too large for the type comes out as `beyond` it.
 template <class T>
 std::optional<T> Number(std::string_view text, T beyond) {
+    if (text.find_first_not_of("-.0123456789") != text.npos) return std::nullopt;
     T value{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (end != text.data() + text.size() || error == std::errc::invalid_argument) return std::nullopt;
@@ -38,7 +39,7 @@ std::optional<SizeRequest> SizeRequest::Parse(std::string_view text) {
     request.text_ = text;
     if (text.ends_with('%')) {
         request.percent_ = Number<double>(text.substr(0, text.size() - 1), HUGE_VAL);
-        if (!request.percent_ || std::isnan(*request.percent_)) return std::nullopt;
+        if (!request.percent_) return std::nullopt;
         return request;
     }
     const size_t x = text.find_first_of("xX");

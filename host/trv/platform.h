@@ -24,8 +24,13 @@ bool ErrorIsTerminal();
 std::filesystem::path OwnFile();
 /// File name of the plug-in on this platform.
 std::filesystem::path PluginFileName();
-/// Picture files that the host can write here, by their extension, and whether they keep alpha.
-const std::map<std::string, bool>& WritableFormats();
+/// A kind of picture file that the host can write.
+struct FileFormat {
+    bool keepsAlpha = false;
+    int64_t longestSide = 65535;  ///< in pixels
+};
+/// Those of this platform, by their extension.
+const std::map<std::string, FileFormat>& WritableFormats();
 /// Bytes of memory that the machine has; 0 if unknown.
 uint64_t PhysicalMemory();
 /// A number that no other running program has.

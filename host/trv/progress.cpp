@@ -26,8 +26,8 @@ Progress::~Progress() {
     }
     changed_.notify_all();
     thread_.join();
-    if (shown_ == 0) return;
-    std::fprintf(stderr, "\r%*s\r", static_cast<int>(shown_), "");
+    if (longest_ == 0) return;
+    std::fprintf(stderr, "\r%*s\r", static_cast<int>(longest_), "");
     std::fflush(stderr);
 }
 
@@ -49,10 +49,12 @@ void Progress::Show() {
     const auto elapsed = std::chrono::steady_clock::now() - started_;
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
     const std::string line = stage_ + " ... " + std::to_string(seconds) + " s";
+    if (line == shown_) return;
     // The blanks cover what a longer line has left behind.
-    std::fprintf(stderr, "\r%-*s", static_cast<int>(shown_), line.c_str());
+    std::fprintf(stderr, "\r%-*s", static_cast<int>(longest_), line.c_str());
     std::fflush(stderr);
-    shown_ = std::max(shown_, line.size());
+    longest_ = std::max(longest_, line.size());
+    shown_ = line;
 }
 
 }  // namespace trvhost::program

@@ -29,7 +29,8 @@ class Progress {
     std::condition_variable changed_;
     std::string stage_;
     bool ended_ = false;
-    size_t shown_ = 0;  // characters on the line
+    std::string shown_;
+    size_t longest_ = 0;  // line so far
     std::chrono::steady_clock::time_point started_;
     std::thread thread_;
 };

@@ -24,7 +24,8 @@ constexpr std::array<const char*, 7> kFilters = {"triangle", "box",   "lanczos3"
                                                  "mitchell", "poly3", "cubic"};
 
 /// Number of a filter, given by its name or number; 0 for any other text.
-int FilterNumber(const std::string& text) {
+int FilterNumber(std::string text) {
+    text = CLI::detail::to_lower(text);
     for (size_t i = 0; i < kFilters.size(); ++i) {
         if (text == kFilters[i] || text == std::to_string(i + 1)) return static_cast<int>(i + 1);
     }
@@ -62,12 +63,27 @@ std::string FormatList() {
     return list;
 }
 
+/// Throws std::runtime_error for a name that ends in none of them.
+const FileFormat& FormatOf(const TargetFile& target, const std::string& name) {
+    const auto found = WritableFormats().find(target.Format());
+    if (found == WritableFormats().end()) {
+        throw std::runtime_error("cannot write " + name + ": the name must end in one of " + FormatList());
+    }
+    return found->second;
+}
+
 // Scaling
 // --------------------------------------------------------------------------------------------------------
 
-/// Roughly what a run needs at most: the file's pixels in the decoder, in the picture and in the image, the
-/// plug-in's image between its two passes, and the same for the result.
-void RequireMemory(PictureSize from, PictureSize to) {
+/// Refuses what the format or the machine cannot hold. A run needs at most roughly the file's pixels in the
+/// decoder, in the picture and in the image, the plug-in's image between its two passes, and the same for the
+/// result.
+void CheckSizes(PictureSize from, PictureSize to, const FileFormat& format) {
+    if (std::max(to.width, to.height) > format.longestSide) {
+        throw std::runtime_error("cannot scale to " + SizeText(to) +
+                                 ": in a file of this format a side has at most " +
+                                 std::to_string(format.longestSide) + " pixels");
+    }
     const auto pixels = [](int64_t width, int64_t height) {
         return static_cast<double>(width) * static_cast<double>(height);
     };
@@ -188,24 +204,21 @@ std::string Scale(const ScaleOptions& options) {
     Progress progress;
     const std::filesystem::path in = ToPath(options.in);
     const TargetFile target(ToPath(options.out));
-    const auto format = WritableFormats().find(target.Format());
-    if (format == WritableFormats().end()) {
-        throw std::runtime_error("cannot write " + options.out + ": the name must end in one of " +
-                                 FormatList());
-    }
+    const FileFormat& format = FormatOf(target, options.out);
     const auto sizeByHeader = CheckPictureFile(in);
-    if (sizeByHeader) RequireMemory(*sizeByHeader, options.size.Apply(*sizeByHeader, options.fit));
+    if (sizeByHeader) CheckSizes(*sizeByHeader, options.size.Apply(*sizeByHeader, options.fit), format);
 
     const std::unique_ptr<Host> host = StartHost(options.host);
     progress.Stage("loading " + options.in);
     const Picture picture = host->LoadPicture(in);
     const PictureSize from{picture.Width(), picture.Height()};
     const PictureSize to = options.size.Apply(from, options.fit);
+    CheckSizes(from, to, format);
 
     progress.Stage("scaling " + options.in + " to " + SizeText(to));
     const Scaling scaling(options, *host);
     const Scaled scaled =
-        picture.HasAlpha() ? scaling.WithAlpha(picture, to, format->second) : scaling.Opaque(picture, to);
+        picture.HasAlpha() ? scaling.WithAlpha(picture, to, format.keepsAlpha) : scaling.Opaque(picture, to);
 
     progress.Stage("writing " + options.out);
     target.Write([&](const std::filesystem::path& file) { SaveTo(scaled.picture, file, options.quality); });

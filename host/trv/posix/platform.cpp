@@ -57,9 +57,14 @@ std::filesystem::path PluginFileName() {
     return "PictureTRV.so";
 }
 
-const std::map<std::string, bool>& WritableFormats() {
-    static const std::map<std::string, bool> formats = {
-        {"png", true}, {"webp", true}, {"jpg", false}, {"jpeg", false}, {"gif", false}, {"bmp", false},
+const std::map<std::string, FileFormat>& WritableFormats() {
+    static const std::map<std::string, FileFormat> formats = {
+        {"png", {.keepsAlpha = true}},
+        {"webp", {.keepsAlpha = true, .longestSide = 16383}},
+        {"jpg", {}},
+        {"jpeg", {}},
+        {"gif", {}},
+        {"bmp", {}},
     };
     return formats;
 }

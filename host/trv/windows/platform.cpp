@@ -62,10 +62,15 @@ std::filesystem::path PluginFileName() {
     return "PictureTRV.dll";
 }
 
-const std::map<std::string, bool>& WritableFormats() {
-    static const std::map<std::string, bool> formats = {
-        {"png", true},   {"tif", true},  {"tiff", true}, {"jpg", false},
-        {"jpeg", false}, {"gif", false}, {"bmp", false},
+const std::map<std::string, FileFormat>& WritableFormats() {
+    static const std::map<std::string, FileFormat> formats = {
+        {"png", {.keepsAlpha = true}},
+        {"tif", {.keepsAlpha = true}},
+        {"tiff", {.keepsAlpha = true}},
+        {"jpg", {}},
+        {"jpeg", {}},
+        {"gif", {}},
+        {"bmp", {}},
     };
     return formats;
 }
