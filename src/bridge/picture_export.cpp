@@ -42,8 +42,8 @@ FamilyOffsets OffsetsOf(const PictureTRV& image, Family family, bool withAlpha) 
     return offsets;
 }
 
-/// The frame of the copies in colour: the families in turn, until one gives a picture. `ofAlpha` says what
-/// the picture has, `withAlpha` whether the image's alpha goes into it.
+/// The frame of the copies in colour: the families in turn, until one gives a picture. `alphaPicture` says
+/// what the picture has, `withAlpha` whether the image's alpha goes into it.
 HostObject CopyColours(PictureTRV& image, Rectangle rectangle, bool alphaPicture, bool withAlpha) {
     Fix(image, rectangle);
     if (rectangle.IsEmpty()) return nullptr;
@@ -73,6 +73,17 @@ HostObject CopyPictureAlpha(PictureTRV& image, const Rectangle& rectangle, bool 
     return CopyColours(image, rectangle, alphaPicture, false);
 }
 
+/// The alpha channel as a gray picture.
+HostObject CopyAlpha(PictureTRV& image, Rectangle rectangle) {
+    if (image.HasAlpha == 0) return nullptr;
+    Fix(image, rectangle);
+    if (rectangle.IsEmpty() || !StartImage(&image)) return nullptr;
+    PictureWriter writer;
+    if (!writer.NewPictureWriter(rectangle.width, rectangle.height)) return nullptr;
+    // Alpha is what gray is in a gray image.
+    return FillAndRender(writer, image, rectangle, Family::Gray, false, {image.AlphaOffset});
+}
+
 /// A copy of the whole image by `copy`, announced and answered in the log.
 template <auto kCopy>
 HostObject CopyAll(HostObject me, const char* name, const char* answer) {
@@ -97,16 +108,7 @@ HostObject rbCopyPictureWithAlpha(HostObject me, int64_t x, int64_t y, int64_t w
 }
 
 HostObject rbCopyMask(HostObject me, int64_t x, int64_t y, int64_t width, int64_t height) {
-    PictureTRV& image = *RecordOf(me);
-    Rectangle rectangle{x, y, width, height};
-    HostObject result = nullptr;
-    Fix(image, rectangle);
-    PictureWriter writer;
-    if (image.HasAlpha != 0 && !rectangle.IsEmpty() && StartImage(&image) &&
-        writer.NewPictureWriter(rectangle.width, rectangle.height)) {
-        // Alpha is what gray is in a gray image.
-        result = FillAndRender(writer, image, rectangle, Family::Gray, false, {image.AlphaOffset});
-    }
+    const HostObject result = CopyAlpha(*RecordOf(me), {x, y, width, height});
     TRV_LOG("result", static_cast<const void*>(result));
     return result;
 }

@@ -1,6 +1,7 @@
 #include "bridge/picture_import.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "bridge/picture_editor.h"
 #include "bridge/picture_rows.h"
@@ -60,26 +61,25 @@ void ImportColours(PictureTRV& image, HostObject pic, HostObject mask, Rectangle
                    bool invertMask) {
     if (!StartImage(&image)) return;
     PictureReader reader;
-    PictureReader maskReader;
+    std::optional<PictureReader> maskReader;
     if (!reader.GetPictureReader(pic)) return;
-    if (mask != nullptr && !maskReader.GetPictureReader(mask)) return;
+    if (mask != nullptr && !maskReader.emplace().GetPictureReader(mask)) return;
     Fix(image, pair, reader.Width, reader.Height);
     if (pair.IsEmpty()) return;
-    if (!IsPixelKind(reader.PixelKind) && (mask == nullptr || reader.PixelKind == maskReader.PixelKind))
-        return;
+    if (!IsPixelKind(reader.PixelKind) && (!maskReader || reader.PixelKind == maskReader->PixelKind)) return;
 
     const auto [places, alphaIsInPixel] = PlacesOf(image);
     if (use == MaskUse::ToAlpha && !alphaIsInPixel) use = MaskUse::None;
     const WordSource pixels = SourceOfKind(reader.PixelKind);
-    const WordSource cover = mask != nullptr ? SourceOfKind(maskReader.PixelKind) : WhiteSource();
+    const WordSource cover = maskReader ? SourceOfKind(maskReader->PixelKind) : WhiteSource();
     const ImportRow importCovered(use, pixels, cover, invertMask, places);
     // A mask can be smaller than its picture. Rows below it repeat its first one; columns right of it are
     // black.
     const ImportRow importBeside(use, pixels, SourceOfKind(PixelKindNone), invertMask, places);
     const int64_t covered =
-        mask == nullptr ? pair.width : std::clamp<int64_t>(maskReader.Width - pair.sourceX, 0, pair.width);
+        maskReader ? std::clamp<int64_t>(maskReader->Width - pair.sourceX, 0, pair.width) : pair.width;
 
-    ForEachRowPair(image, pair, reader, mask != nullptr ? &maskReader : nullptr,
+    ForEachRowPair(image, pair, reader, maskReader ? &*maskReader : nullptr,
                    [&](uint8_t* to, const uint8_t* row, const uint8_t* maskRow) {
                        const uint8_t* from = row + pair.sourceX * pixels.pixelSize;
                        const uint8_t* through = maskRow + pair.sourceX * cover.pixelSize;
