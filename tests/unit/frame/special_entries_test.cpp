@@ -162,8 +162,10 @@ TEST(SpecialEntries, TextsAreDrawnWithIntegersOnOldHosts) {
                 });
         }
     };
-    for (const auto& [version, floats] :
+    for (const auto& hostCase :
          {std::pair<double, bool>{2018.01, false}, {2018.019, false}, {2018.02, true}, {2024.01, true}}) {
+        const double version = hostCase.first;
+        const bool floats = hostCase.second;
         TRV_IN_FRESH_PROCESS({
             FakeHost host(version);
             host::RuntimeGraphicsDrawString(ObjectAt(1), nullptr, 1, 2, 3);  // missing, and nothing happens
@@ -175,8 +177,10 @@ TEST(SpecialEntries, TextsAreDrawnWithIntegersOnOldHosts) {
 }
 
 TEST(SpecialEntries, TextsAreMeasuredAsIntegersOnOldHosts) {
-    for (const auto& [version, floats] :
+    for (const auto& hostCase :
          {std::pair<double, bool>{0.0, false}, {2007.01, false}, {2007.02, true}, {2024.01, true}}) {
+        const double version = hostCase.first;
+        const bool floats = hostCase.second;
         TRV_IN_FRESH_PROCESS({
             FakeHost host(version);
             EXPECT_EQ(host::RuntimeGraphicsStringWidth(ObjectAt(1), nullptr), 0.0);
