@@ -68,8 +68,9 @@ void ImportColours(PictureTRV& image, HostObject pic, HostObject mask, Rectangle
     if (pair.IsEmpty()) return;
     if (!IsPixelKind(reader.PixelKind) && (!maskReader || reader.PixelKind == maskReader->PixelKind)) return;
 
-    const auto [places, alphaIsInPixel] = PlacesOf(image);
-    if (use == MaskUse::ToAlpha && !alphaIsInPixel) use = MaskUse::None;
+    const AlphaPlaces alphaPlaces = PlacesOf(image);
+    const PixelPlaces& places = alphaPlaces.places;
+    if (use == MaskUse::ToAlpha && !alphaPlaces.isInPixel) use = MaskUse::None;
     const WordSource pixels = SourceOfKind(reader.PixelKind);
     const WordSource cover = maskReader ? SourceOfKind(maskReader->PixelKind) : WhiteSource();
     const ImportRow importCovered(use, pixels, cover, invertMask, places);
