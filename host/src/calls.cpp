@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 
@@ -26,7 +27,7 @@ std::string LowerCase(std::string_view text) {
 }
 
 void* FunctionOf(const Member& member, bool setter) {
-    return setter ? member.method->setter : member.method->function;
+    return setter ? member.setter : member.function;
 }
 
 /// The declared parameters of a function or setter: a setter takes the value behind the others.
@@ -135,31 +136,64 @@ std::string Candidates(const std::vector<Member>& members) {
 
 }  // namespace
 
-std::vector<Member> FindMembers(const ClassInfo& info, std::string_view nameOrDeclaration,
+namespace {
+
+std::vector<Member> ParseTable(const MethodDefinition* methods, int64_t count) {
+    std::vector<Member> members;
+    for (int64_t i = 0; methods != nullptr && i < count; ++i) {
+        if (methods[i].declaration == nullptr) continue;
+        members.push_back({&methods[i], methods[i].function, methods[i].setter,
+                           Declaration::Parse(methods[i].declaration)});
+    }
+    return members;
+}
+
+/// All members of one registered class, without those above it.
+const std::vector<Member>& TableMembers(const ClassInfo& info, MemberScope scope) {
+    const ClassDefinition& definition = *info.definition;
+    const bool shared = scope == MemberScope::Shared;
+    auto& members = info.members[shared ? 1 : 0];
+    if (!members) {
+        members = shared ? ParseTable(definition.sharedMethods, definition.sharedMethodCount)
+                         : ParseTable(definition.methods, definition.methodCount);
+    }
+    return *members;
+}
+
+/// The same of one of the host's own classes, which follow the options of the moment.
+std::vector<Member> OwnMembers(const Core& core, const ClassInfo& info, MemberScope scope) {
+    std::vector<Member> members;
+    if (scope == MemberScope::Shared) return members;
+    for (const MemberRow* row : MembersOf(core, info.name)) {
+        members.push_back({nullptr, row->entry.address, nullptr, Declaration::Parse(DeclarationOf(*row))});
+    }
+    return members;
+}
+
+}  // namespace
+
+std::vector<Member> FindMembers(const Core& core, const ClassInfo& info, std::string_view nameOrDeclaration,
                                 MemberScope scope) {
+    const bool bare = nameOrDeclaration.find_first_of(" (") == std::string_view::npos;
     std::vector<Member> found;
-    for (const ClassInfo* owner = &info; owner != nullptr; owner = owner->super) {
-        const ClassDefinition* definition = owner->definition;
-        if (definition == nullptr) continue;
-        const bool shared = scope == MemberScope::Shared;
-        const MethodDefinition* methods = shared ? definition->sharedMethods : definition->methods;
-        const int64_t count = shared ? definition->sharedMethodCount : definition->methodCount;
-        // A declaration without brackets is a bare name as well; as a declaration it means itself alone.
-        const bool bare = nameOrDeclaration.find_first_of(" (") == std::string_view::npos;
-        for (int64_t i = 0; methods != nullptr && i < count; ++i) {
-            if (methods[i].declaration == nullptr) continue;
-            if (!bare && nameOrDeclaration != methods[i].declaration) continue;
-            Member member{&methods[i], Declaration::Parse(methods[i].declaration)};
-            if (!bare || member.declaration.name == nameOrDeclaration) found.push_back(std::move(member));
+    const auto collect = [&](const std::vector<Member>& members) {
+        std::copy_if(members.begin(), members.end(), std::back_inserter(found), [&](const Member& member) {
+            return nameOrDeclaration == (bare ? member.declaration.name : member.declaration.text);
+        });
+    };
+    for (const ClassInfo* owner = &info; owner != nullptr && found.empty(); owner = owner->super) {
+        if (owner->definition != nullptr) {
+            collect(TableMembers(*owner, scope));
+        } else {
+            collect(OwnMembers(core, *owner, scope));
         }
-        if (!found.empty()) break;
     }
     return found;
 }
 
 Value CallMember(Core& core, const ClassInfo& info, void* self, std::string_view nameOrDeclaration,
                  MemberScope scope, bool setter, const std::vector<Value>& values) {
-    const std::vector<Member> members = FindMembers(info, nameOrDeclaration, scope);
+    const std::vector<Member> members = FindMembers(core, info, nameOrDeclaration, scope);
     const Member* best = nullptr;
     int bestCost = 0;
     bool several = false;
@@ -207,10 +241,10 @@ bool Agrees(const Member& member, bool setter, detail::WireParameter result,
 
 }  // namespace
 
-void* FindTypedFunction(const ClassInfo& info, std::string_view nameOrDeclaration, MemberScope scope,
-                        bool setter, detail::WireParameter result,
+void* FindTypedFunction(const Core& core, const ClassInfo& info, std::string_view nameOrDeclaration,
+                        MemberScope scope, bool setter, detail::WireParameter result,
                         const std::vector<detail::WireParameter>& parameters) {
-    const std::vector<Member> members = FindMembers(info, nameOrDeclaration, scope);
+    const std::vector<Member> members = FindMembers(core, info, nameOrDeclaration, scope);
     if (members.empty()) Refuse(info, nameOrDeclaration, "there is no such member");
     void* function = nullptr;
     for (const Member& member : members) {

@@ -1,6 +1,7 @@
 #include "classes.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core.h"
 #include "entry.h"
@@ -103,6 +104,7 @@ void ClassRegistry::Register(ClassDefinition* definition) {
         return;
     }
     ClassInfo& info = Add(name, super == nullptr ? ThingKind::Object : super->kind, super);
+    // Objects of this class and its subclasses may carry a handler of the one event that this host can fire.
     if (name == "PictureFactoryTRV") info.kind = ThingKind::Factory;
     info.definition = definition;
     info.dataSize += definition->dataSize;
@@ -154,11 +156,29 @@ Thing& ClassRegistry::Make(ClassInfo& info) {
     }
 }
 
-void ClassRegistry::RunDestructors(Thing& thing) {
+void ClassRegistry::Destroy(Thing& thing) {
     for (const ClassInfo* info = thing.classInfo; info != nullptr; info = info->super) {
         if (info->definition == nullptr || info->definition->destructor == nullptr) continue;
         const detail::CurrentScope scope(core_.host);
         reinterpret_cast<void (*)(Handle)>(info->definition->destructor)(thing.Address());
+    }
+    for (const ClassInfo* info = thing.classInfo; info != nullptr; info = info->super) {
+        if (info->definition != nullptr) ReleaseFields(thing, *info->definition);
+    }
+}
+
+void ClassRegistry::ReleaseFields(Thing& thing, const ClassDefinition& definition) {
+    for (int64_t i = 0; i < definition.propertyCount; ++i) {
+        const PropertyDefinition& property = definition.properties[i];
+        if (property.setter != kDirectAccess || property.type == nullptr) continue;
+        const WireType type = WireTypeOf(property.type);
+        if (type != WireType::Object && type != WireType::String) continue;
+        const int64_t offset = definition.forSystemUse - kObjectHeaderSize + property.parameter;
+        if (offset < 0 || offset + int64_t{sizeof(Handle)} > thing.ClassDataSize()) continue;
+        Handle held = nullptr;
+        std::memcpy(&held, thing.ClassData() + offset, sizeof held);
+        std::memset(thing.ClassData() + offset, 0, sizeof held);
+        core_.Unlock(held);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -11,6 +12,7 @@
 
 #include "thing.h"
 #include "trvhost/boundary.h"
+#include "trvhost/declaration.h"
 
 namespace trvhost {
 
@@ -25,6 +27,14 @@ struct EventInfo {
     } indirect{};
 };
 
+/// A member of a class with its declaration taken apart.
+struct Member {
+    const MethodDefinition* method = nullptr;  ///< null for a method of the host's own
+    void* function = nullptr;
+    void* setter = nullptr;
+    Declaration declaration;
+};
+
 /// A class. Its address is the class handle that crosses the boundary.
 struct ClassInfo {
     std::string name;
@@ -33,6 +43,8 @@ struct ClassInfo {
     const ClassDefinition* definition = nullptr;  ///< of classes that the plug-in registered
     int64_t dataSize = 0;
     std::map<const EventInfo*, void*> implemented;  ///< events with their functions
+    /// Members of a registered class, taken apart when first asked for: instance members, then shared ones.
+    mutable std::optional<std::vector<Member>> members[2];
 };
 
 class ClassRegistry {
@@ -49,13 +61,16 @@ class ClassRegistry {
     static bool IsA(const ClassInfo* info, const ClassInfo& ancestor);
     /// An object of the class with one reference, without constructor.
     Thing& Make(ClassInfo& info);
-    void RunDestructors(Thing& thing);
+    /// The end of an object: destructors, from the object's class up, then the fields that the host wrote.
+    void Destroy(Thing& thing);
 
     const std::vector<const ClassDefinition*>& Definitions() const { return definitions_; }
     EventInfo* FindEvent(const ClassInfo& info, std::string_view name) const;
     bool IsEvent(const void* word) const { return events_.count(word) != 0; }
 
   private:
+    /// Releases what the host itself put into fields of direct access, which destructors leave alone.
+    void ReleaseFields(Thing& thing, const ClassDefinition& definition);
     ClassInfo& Add(std::string name, ThingKind kind, ClassInfo* super = nullptr);
 
     Core& core_;

@@ -5,23 +5,8 @@
 
 #include "exceptions.h"
 #include "pictures.h"
+#include "sanitizers.h"
 #include "string_things.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define TRVHOST_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TRVHOST_ASAN 1
-#endif
-#endif
-#ifdef TRVHOST_ASAN
-#include <sanitizer/asan_interface.h>
-#define TRVHOST_POISON(address, size) ASAN_POISON_MEMORY_REGION(address, static_cast<size_t>(size))
-#define TRVHOST_UNPOISON(address, size) ASAN_UNPOISON_MEMORY_REGION(address, static_cast<size_t>(size))
-#else
-#define TRVHOST_POISON(address, size) std::memset(address, 0xDD, static_cast<size_t>(size))
-#define TRVHOST_UNPOISON(address, size) static_cast<void>(size)
-#endif
 
 namespace trvhost {
 
@@ -59,7 +44,7 @@ Core::~Core() {
     Cores().erase(id);
     things_.clear();
     for (const Grave& grave : graves_) {
-        TRVHOST_UNPOISON(grave.block, grave.size);
+        Unpoison(grave.block, grave.size);
         std::free(grave.block);
     }
     for (void* data : stringData)
@@ -110,7 +95,7 @@ void Core::Unlock(Handle handle) {
 
 void Core::Die(Thing& thing) {
     thing.dying = true;
-    classes.RunDestructors(thing);
+    classes.Destroy(thing);
     if (thing.References() != 0) {
         Misuse("the destructor of the " + thing.Name() + " at " + Text(thing.Address()) + " left " +
                std::to_string(thing.References()) + " references on it");
@@ -126,14 +111,14 @@ void Core::Bury(std::unique_ptr<Thing> thing) {
     const int64_t size = thing->BlockSize();
     std::string name = thing->Name();
     std::byte* block = thing->ReleaseBlock();
-    TRVHOST_POISON(block, size);
+    Poison(block, size);
     graves_.push_back({block, size});
     dead_[block] = std::move(name);
     if (graves_.size() <= kGraves) return;
     const Grave oldest = graves_.front();
     graves_.pop_front();
     dead_.erase(oldest.block);
-    TRVHOST_UNPOISON(oldest.block, oldest.size);
+    Unpoison(oldest.block, oldest.size);
     std::free(oldest.block);
 }
 

@@ -41,6 +41,11 @@ class Core {
 
     /// The core that entries go to, or null.
     static Core* Current() { return current_.load(std::memory_order_relaxed); }
+    /// Its number, or 0.
+    static uint64_t CurrentId() {
+        const Core* core = Current();
+        return core == nullptr ? 0 : core->id;
+    }
     static void SetCurrent(Core* core) { current_.store(core, std::memory_order_relaxed); }
     /// The living core with this number, or null.
     static Core* ById(uint64_t id);

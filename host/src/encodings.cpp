@@ -52,7 +52,7 @@ template <class Unit>
 std::optional<std::basic_string<Unit>> Units(std::string_view bytes) {
     if (bytes.size() % sizeof(Unit) != 0) return std::nullopt;
     std::basic_string<Unit> units(bytes.size() / sizeof(Unit), Unit());
-    std::memcpy(units.data(), bytes.data(), bytes.size());
+    if (!bytes.empty()) std::memcpy(units.data(), bytes.data(), bytes.size());
     return units;
 }
 

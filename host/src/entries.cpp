@@ -1,6 +1,5 @@
 // The table of all entries, and the two resolvers over it.
 
-#include <algorithm>
 #include <map>
 
 #include "entry.h"
@@ -23,15 +22,8 @@ bool IsScriptOnly(std::string_view name) {
     return name == "REALCountClassProperties" || name == "REALGetClassProperty";
 }
 
-// Class members by "Class.declaration"; several rows of one name differ by version.
-std::multimap<std::string_view, const MemberRow*> MemberTable() {
-    std::multimap<std::string_view, const MemberRow*> table;
-    for (const auto rows : {MemoryBlockMembers(), PictureMembers(), GraphicsMembers(), GlobalMembers()}) {
-        for (const MemberRow& row : rows)
-            table.emplace(row.entry.name, &row);
-    }
-    return table;
-}
+constexpr std::span<const MemberRow> (*kMemberTables[])() = {MemoryBlockMembers, PictureMembers,
+                                                             GraphicsMembers, GlobalMembers};
 
 }  // namespace
 
@@ -45,8 +37,8 @@ const std::vector<EntryRow>& AllEntries() {
         }
         for (const MemberRow& row : VersionedEntries())
             rows.push_back(row.entry);
-        for (const auto part : {MemoryBlockMembers(), PictureMembers(), GraphicsMembers(), GlobalMembers()}) {
-            for (const MemberRow& row : part)
+        for (const auto part : kMemberTables) {
+            for (const MemberRow& row : part())
                 rows.push_back(row.entry);
         }
         // Number 0 is for what has no row of its own, such as the accessors of arrays.
@@ -95,15 +87,30 @@ void* ResolveScript(const char* name) noexcept {
                                                                             : nullptr;
 }
 
-void* FindMember(const Core& core, std::string_view className, std::string_view declaration) {
-    static const auto table = MemberTable();
-    const std::string full = std::string(className) + "." + std::string(declaration);
+std::string_view DeclarationOf(const MemberRow& row) {
+    const std::string_view name = row.entry.name;
+    return name.substr(name.find('.') + 1);
+}
+
+std::vector<const MemberRow*> MembersOf(const Core& core, std::string_view className) {
+    std::vector<const MemberRow*> members;
     const auto& missing = core.options.missingMembers;
-    if (missing.count(declaration) != 0 || missing.count(full) != 0) return nullptr;
-    const auto [first, last] = table.equal_range(full);
-    const auto found = std::find_if(
-        first, last, [&](const auto& item) { return Applies(*item.second, core.options.version); });
-    return found == last ? nullptr : found->second->entry.address;
+    for (const auto rows : kMemberTables) {
+        for (const MemberRow& row : rows()) {
+            const std::string_view name = row.entry.name;
+            const bool sameClass = name.substr(0, name.find('.')) == className;
+            if (!sameClass || !Applies(row, core.options.version)) continue;
+            if (missing.count(name) == 0 && missing.count(DeclarationOf(row)) == 0) members.push_back(&row);
+        }
+    }
+    return members;
+}
+
+void* FindMember(const Core& core, std::string_view className, std::string_view declaration) {
+    for (const MemberRow* row : MembersOf(core, className)) {
+        if (DeclarationOf(*row) == declaration) return row->entry.address;
+    }
+    return nullptr;
 }
 
 }  // namespace trvhost

@@ -119,6 +119,10 @@ std::span<const MemberRow> MemoryBlockMembers();
 std::span<const MemberRow> PictureMembers();
 std::span<const MemberRow> GraphicsMembers();
 std::span<const MemberRow> GlobalMembers();
+/// The methods of one of the host's own classes that this host has.
+std::vector<const MemberRow*> MembersOf(const Core& core, std::string_view className);
+/// What stands behind "Class." in a row's name.
+std::string_view DeclarationOf(const MemberRow& row);
 /// Address of a method of the host's own, "Class.declaration" ("" for the global ones), that this host has;
 /// or null.
 void* FindMember(const Core& core, std::string_view className, std::string_view declaration);

@@ -49,12 +49,12 @@ Thing& NeedObject(Core& core, const Ref& object) {
 
 namespace detail {
 
-CurrentScope::CurrentScope(const Host& host) noexcept : previous_(Core::Current()) {
+CurrentScope::CurrentScope(const Host& host) noexcept : previous_(Core::CurrentId()) {
     Core::SetCurrent(&host.Internals());
 }
 
 CurrentScope::~CurrentScope() {
-    Core::SetCurrent(static_cast<Core*>(previous_));
+    Core::SetCurrent(Core::ById(previous_));
 }
 
 Ref MakeString(const Host& host, std::string_view utf8) {
@@ -74,8 +74,7 @@ struct Host::Loaded {
 };
 
 Host::Host(Options options)
-    : core_(std::make_unique<Core>(*this, std::move(options))),
-      previous_(Core::Current() == nullptr ? 0 : Core::Current()->id) {
+    : core_(std::make_unique<Core>(*this, std::move(options))), previous_(Core::CurrentId()) {
     AllEntries();
     Core::SetCurrent(core_.get());
 }
@@ -174,9 +173,9 @@ const ClassDefinition& Host::Class(std::string_view name) const {
 
 namespace {
 
-const MethodDefinition* FindOnly(const ClassInfo& info, std::string_view nameOrDeclaration,
+const MethodDefinition* FindOnly(const Core& core, const ClassInfo& info, std::string_view nameOrDeclaration,
                                  MemberScope scope) {
-    const std::vector<Member> members = FindMembers(info, nameOrDeclaration, scope);
+    const std::vector<Member> members = FindMembers(core, info, nameOrDeclaration, scope);
     if (members.size() < 2) return members.empty() ? nullptr : members.front().method;
     // A declaration without parameters and result is a bare name too, and then it is meant.
     for (const Member& member : members) {
@@ -213,12 +212,12 @@ int64_t ConstantValue(std::string_view declaration) {
 
 const MethodDefinition* Host::FindMethod(std::string_view className,
                                          std::string_view nameOrDeclaration) const {
-    return FindOnly(NeedClass(*core_, className), nameOrDeclaration, MemberScope::Instance);
+    return FindOnly(*core_, NeedClass(*core_, className), nameOrDeclaration, MemberScope::Instance);
 }
 
 const MethodDefinition* Host::FindSharedMethod(std::string_view className,
                                                std::string_view nameOrDeclaration) const {
-    return FindOnly(NeedClass(*core_, className), nameOrDeclaration, MemberScope::Shared);
+    return FindOnly(*core_, NeedClass(*core_, className), nameOrDeclaration, MemberScope::Shared);
 }
 
 const PropertyDefinition* Host::FindProperty(std::string_view className, std::string_view name) const {
@@ -245,7 +244,7 @@ int64_t Host::Constant(std::string_view className, std::string_view name) const 
 void* Host::FindFunction(std::string_view className, std::string_view nameOrDeclaration, bool shared,
                          bool setter, detail::WireParameter result,
                          const std::vector<detail::WireParameter>& parameters) const {
-    return FindTypedFunction(NeedClass(*core_, className), nameOrDeclaration,
+    return FindTypedFunction(*core_, NeedClass(*core_, className), nameOrDeclaration,
                              shared ? MemberScope::Shared : MemberScope::Instance, setter, result,
                              parameters);
 }
@@ -364,7 +363,7 @@ Picture Host::NewPicture(int64_t width, int64_t height, PictureStorage storage, 
 
 Picture Host::LoadPicture(const std::filesystem::path& file, PictureStorage storage) const {
     const LoadedImage image = LoadImageFile(file);
-    const bool alpha = !image.IsOpaque() && storage != PictureStorage::GdPalette;
+    const bool alpha = !image.IsOpaque() && CanHaveAlpha(storage);
     auto& picture = trvhost::NewPicture(*core_, image.width, image.height, storage, alpha);
     for (int64_t y = 0; y < image.height; ++y) {
         picture.store->Write(0, y, image.width, image.pixels.data() + y * image.width);

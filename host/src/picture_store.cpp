@@ -88,14 +88,28 @@ uint32_t GdStore::NativeType() const {
     return kPictureGdImage;
 }
 
+bool CanHaveAlpha(PictureStorage storage) {
+    switch (storage) {
+        case PictureStorage::GdPalette:
+        case PictureStorage::GdiPlusRgb24:
+        case PictureStorage::GdiPlusIndexed8:
+        case PictureStorage::Dib24:
+        case PictureStorage::Dib16:
+        case PictureStorage::Dib8:
+        case PictureStorage::DeviceBitmap:
+            return false;
+        default:
+            return true;
+    }
+}
+
 std::unique_ptr<PictureStore> MakeStore(PictureStorage storage, int64_t width, int64_t height, bool alpha) {
     if (width < 1 || height < 1) throw std::invalid_argument("a picture needs a size of at least 1 x 1");
     if (width > kLargestSide || height > kLargestSide || width * height > kMostPixels) throw std::bad_alloc();
+    if (alpha && !CanHaveAlpha(storage)) throw std::invalid_argument("this picture storage has no alpha");
     std::unique_ptr<PictureStore> store;
     switch (storage) {
         case PictureStorage::GdPalette:
-            if (alpha) throw std::invalid_argument("a picture with a palette has no alpha");
-            [[fallthrough]];
         case PictureStorage::GdTrueColor:
             store = std::make_unique<GdStore>(storage, width, height, alpha);
             break;

@@ -51,6 +51,9 @@ class PictureStore {
 /// when it is asked for.
 std::unique_ptr<PictureStore> MakeStore(PictureStorage storage, int64_t width, int64_t height, bool alpha);
 
+/// True for storages whose pixels can have alpha.
+bool CanHaveAlpha(PictureStorage storage);
+
 /// The platform's own: DIB sections and GDI+ bitmaps on Windows; null for what it does not know.
 std::unique_ptr<PictureStore> MakePlatformStore(PictureStorage storage, int64_t width, int64_t height,
                                                 bool alpha);

@@ -83,8 +83,10 @@ namespace {
 /// A picture that the plug-in asks for; null, with an exception noted where memory is short.
 PictureThing* NewForPlugin(Core& core, int64_t width, int64_t height, bool alpha) {
     if (core.failNewPicture.Hit() || width < 1 || height < 1) return nullptr;
+    if (core.classes.Find("Picture") == nullptr) return nullptr;
+    const PictureStorage storage = DefaultStorage(core.options, alpha);
     try {
-        return &NewPicture(core, width, height, PictureStorage::Default, alpha);
+        return &NewPicture(core, width, height, storage, alpha && CanHaveAlpha(storage));
     } catch (const std::bad_alloc&) {
         core.Raise("OutOfMemoryException", "No memory for a picture.");
         return nullptr;

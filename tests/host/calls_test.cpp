@@ -288,6 +288,30 @@ TEST_F(Exceptions, ClassesFormATree) {
     EXPECT_FALSE(host.IsA(host.NewMemoryBlock(1), "RuntimeException"));
 }
 
+class OwnClasses : public HostTest {};
+
+TEST_F(OwnClasses, AreCalledLikeAnyOther) {
+    const MemoryBlock block(host.Construct("MemoryBlock", 12));
+    EXPECT_EQ(block.Size(), 12);
+    EXPECT_EQ(host.Call(block, "Operator_Convert").ToPointer(), block.Data());
+    const Picture picture(host.Construct("Picture", 5, 4, 32));
+    EXPECT_EQ(picture.Width(), 5);
+    const Graphics graphics = host.GraphicsOf(picture);
+    host.Set(graphics, "ForeColor", Color{0x123456});
+    host.Call(graphics, "FillRect", 1, 1, 2.5, 1);
+    EXPECT_EQ(picture.Pixel(1, 1), 0xFF123456);
+    EXPECT_EQ(picture.Pixel(2, 1), 0xFF123456);
+    EXPECT_EQ(picture.Pixel(3, 1), 0xFFFFFFFF);
+    const Picture copy(host.Construct("Picture", 5, 4, 32));
+    host.Call(host.GraphicsOf(copy), "DrawPicture", picture, 0, 0, 5, 4);
+    EXPECT_EQ(copy.Pixels(), picture.Pixels());
+    EXPECT_FALSE(host.Call(picture, "CopyMask").ToThing());
+    EXPECT_EQ(host.Calls("Picture.CopyMask as Picture"), 1);
+    host.Settings().missingMembers = {"CopyMask as Picture"};
+    EXPECT_THROW(host.Call(picture, "CopyMask"), std::invalid_argument);
+    EXPECT_THROW(host.Call(picture, "CopyMask", 1), std::invalid_argument);
+}
+
 class Variants : public HostTest {};
 
 TEST_F(Variants, BoxValues) {

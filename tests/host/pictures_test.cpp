@@ -250,6 +250,15 @@ TEST_F(Pictures, MadeByThePlugin) {
     EXPECT_EQ(Exception(), "OutOfMemoryException: No such picture.");
 }
 
+TEST_F(Pictures, MadeByThePluginLackAlphaWhereTheStorageDoes) {
+    host.Settings().pictureStorage = PictureStorage::GdPalette;
+    const Picture picture(host.Construct("Picture", 2, 2));
+    EXPECT_EQ(picture.Storage(), PictureStorage::GdPalette);
+    EXPECT_FALSE(picture.HasAlpha());
+    host.Settings().missingClasses = {"Picture"};
+    EXPECT_EQ(Call<Handle(int64_t, int64_t, int32_t)>("newPicture", int64_t{4}, int64_t{3}, 32), nullptr);
+}
+
 TEST_F(Pictures, BuiltFromBuffers) {
     const uint8_t buffer[] = {1, 2, 3, 4, 5, 6, 7, 8, 99, 99, 11, 12, 13, 14, 15, 16, 17, 18};
     const auto build = [&](int32_t type) {

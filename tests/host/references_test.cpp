@@ -55,7 +55,20 @@ TEST_F(References, LastOneRunsTheDestructor) {
     EXPECT_EQ(Log().destroyed, 0);
     host.Set(second, "Other", nullptr);
     EXPECT_EQ(Log().destroyed, 1);
-    host.Set(second, "Text", nullptr);
+}
+
+TEST_F(References, InFieldsOfDirectAccessGoWithTheObject) {
+    RegisterSample(host);
+    Ref object = host.New("Sample");
+    const Ref other = host.New("Sample");
+    const Ref text = host.NewString("kept");
+    host.Set(object, "Other", other);
+    host.Set(object, "Text", text);
+    EXPECT_EQ(other.References(), 2);
+    EXPECT_EQ(text.References(), 2);
+    object.Reset();
+    EXPECT_EQ(other.References(), 1);
+    EXPECT_EQ(text.References(), 1);
 }
 
 TEST_F(References, LiveCountsTellWhatIsThere) {

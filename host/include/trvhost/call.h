@@ -29,7 +29,7 @@ class CurrentScope {
     CurrentScope& operator=(const CurrentScope&) = delete;
 
   private:
-    void* previous_;
+    uint64_t previous_;  // by number, since that host may end meanwhile
 };
 
 Ref MakeString(const Host& host, std::string_view utf8);

@@ -42,7 +42,7 @@ enum class PictureStorage {
     GdiPlusArgb,      ///< GDI+ bitmap, 32bppARGB; locks as type 11
     GdiPlusPargb,     ///< GDI+ bitmap, 32bppPARGB; locks as type 11
     GdiPlusRgb24,     ///< GDI+ bitmap, 24bppRGB; locks as type 11
-    GdiPlusIndexed8,  ///< GDI+ bitmap, 8bppIndexed, which cannot be locked for writing in 32 bits; type 11
+    GdiPlusIndexed8,  ///< GDI+ bitmap, 8bppIndexed with 256 grays; locks as type 11, in 32 bits as a copy
     Dib32,            ///< DIB section of 32 bits, top-down; locks as type 7
     Dib24,            ///< DIB section of 24 bits, top-down; locks as type 7
     Dib16,            ///< DIB section of 16 bits (5-5-5), top-down; locks as type 7

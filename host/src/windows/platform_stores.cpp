@@ -222,9 +222,6 @@ class GdiPlusStore : public RowStore {
 
 std::unique_ptr<PictureStore> MakePlatformStore(PictureStorage storage, int64_t width, int64_t height,
                                                 bool alpha) {
-    const bool canHaveAlpha = storage == PictureStorage::Dib32 || storage == PictureStorage::GdiPlusArgb ||
-                              storage == PictureStorage::GdiPlusPargb;
-    if (alpha && !canHaveAlpha) throw std::invalid_argument("this picture storage has no alpha");
     switch (storage) {
         case PictureStorage::Dib32:
             return std::make_unique<DibStore>(storage, width, height, Depth{32, alpha});

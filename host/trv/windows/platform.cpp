@@ -4,7 +4,6 @@
 #include <io.h>
 #include <memory>
 #include <mutex>
-#include <shellapi.h>  // needs windows.h before it
 #include <windows.h>
 
 namespace trvhost::program {
