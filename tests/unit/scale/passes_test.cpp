@@ -6,6 +6,7 @@
 #include "scale/instruction_set.h"
 #include "scale/kernels.h"
 #include "scale/two_pass.h"
+#include "unit/frame/log_capture.h"
 #include "unit/scale/record_image.h"
 
 namespace trv {
@@ -371,6 +372,17 @@ TEST_P(ScalePassesTest, RowsThatDoNotExist) {
     ASSERT_TRUE(Scale({third.Object(), source.Object(), plainTemp.Object(), ScaleTriangle, 6, 6}));
     for (size_t i = 0; i < 36; ++i)
         EXPECT_EQ(third.Bytes()[i], i / 6 == 0 ? 0 : from[i]);
+}
+
+TEST(ScaleFrontEnd, NilImages) {
+    RecordImage image(4, 4, ImageFormatG, 1);
+    test::LogCapture log;
+    EXPECT_EQ(rbScale(nullptr, image.Object(), nullptr, 1, 0, 0), 0);
+    EXPECT_EQ(rbScale(image.Object(), nullptr, nullptr, 1, 0, 0), 0);
+    EXPECT_EQ(rbScale(nullptr, nullptr, nullptr, 9, 0, 0), 0);
+    EXPECT_EQ(log.Lines(),
+              (std::vector<std::string>{"PictureScaleTRV 1, 0, 0", "dest is nil", "PictureScaleTRV 1, 0, 0",
+                                        "source is nil", "PictureScaleTRV 9, 0, 0", "dest is nil"}));
 }
 
 }  // namespace
