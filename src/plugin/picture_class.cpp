@@ -267,15 +267,6 @@ MethodDefinition methods[] = {
            "color, alpha as "
            "integer) as boolean",
            rbFillRectApplyColor>(),
-    Method<"CopyPixels(source as PictureTRV, DestX as integer, DestY as integer, DestWidth as integer, "
-           "DestHeight as "
-           "integer, SourceX as integer, SourceY as integer) as boolean",
-           rbCopyPixels>(),
-    Method<"CopyPixels(source as PictureTRV, DestX as integer, DestY as integer, DestWidth as integer, "
-           "DestHeight as "
-           "integer) as boolean",
-           rbCopyPixelsFromOrigin>(),
-    Method<"CopyPixels(source as PictureTRV) as boolean", rbCopyPixelsAll>(),
     PictureMethod<"DrawPictureRedToGrayChannel(pic as picture, DestX as integer, DestY as integer, DestWidth "
                   "as integer, DestHeight as integer, SourceX as integer, SourceY as integer)",
                   rbDrawPictureRedToGrayChannel>(),
@@ -327,6 +318,15 @@ MethodDefinition methods[] = {
                   "DestWidth as integer, DestHeight as integer, SourceX as integer, SourceY as integer, "
                   "InvertMask as boolean=False)",
                   rbDrawMaskedPictureApplyMaskRGB>(),
+    Method<"CopyPixels(source as PictureTRV, DestX as integer, DestY as integer, DestWidth as integer, "
+           "DestHeight as "
+           "integer, SourceX as integer, SourceY as integer) as boolean",
+           rbCopyPixels>(),
+    Method<"CopyPixels(source as PictureTRV, DestX as integer, DestY as integer, DestWidth as integer, "
+           "DestHeight as "
+           "integer) as boolean",
+           rbCopyPixelsFromOrigin>(),
+    Method<"CopyPixels(source as PictureTRV) as boolean", rbCopyPixelsAll>(),
     Method<"ClipImage as PictureTRV", rbClipImageAll>(),
     Method<"ClipImage(x as integer, y as integer, width as integer, height as integer) as PictureTRV",
            rbClipImage>(),
