@@ -37,6 +37,8 @@ struct PicturePixels {
 /// Fills the record of an image over `pic`. Width and height must be bounded by what the rows hold: a row
 /// reader looks at no size, and every loop trusts the record's.
 void UsePixels(PictureTRV& record, HostObject pic, bool useAlpha, const PicturePixels& pixels) {
+    AssignReference(record.Target, pic);
+    if (record.Target == nullptr) return;  // pixels that may go at any time
     const bool hasRoomForAlpha = pixels.bitsPerPixel == 32;
     const bool isTable = pixels.rowTable != nullptr;
     const int64_t storedFormat = !hasRoomForAlpha ? ImageFormatBGR
@@ -58,7 +60,6 @@ void UsePixels(PictureTRV& record, HostObject pic, bool useAlpha, const PictureP
     record.MappingRows = isTable ? 0 : pixels.height;
     record.MapBuffer = nullptr;
     record.BufferOwned = 0;
-    AssignReference(record.Target, pic);
     record.Valid = 1;
 }
 

@@ -1,12 +1,25 @@
 #pragma once
 
-// Counted references to the host's things, released when their holder ends.
+// Counted references to the host's things, released when their holder ends. A host that cannot lock objects
+// is never asked to unlock any: what is not held here must not be let go either.
 
 #include <utility>
 
 #include "frame/host_calls.h"
 
 namespace trv {
+
+/// Takes a reference, if there is an object and the host can; what comes back is the object if so, else nil.
+[[nodiscard]] inline HostObject LockedObject(HostObject object) {
+    if (object == nullptr || !host::REALLockObject.Available()) return nullptr;
+    host::REALLockObject(object);
+    return object;
+}
+
+/// Releases a reference.
+inline void ReleaseObject(HostObject object) {
+    if (object != nullptr && host::REALLockObject.Available()) host::REALUnlockObject(object);
+}
 
 /// Holds one reference to an object of the host's, or nil.
 class ObjectReference {
@@ -19,14 +32,11 @@ class ObjectReference {
         std::swap(object_, other.object_);
         return *this;
     }
-    ~ObjectReference() {
-        if (object_ != nullptr) host::REALUnlockObject(object_);
-    }
+    ~ObjectReference() { ReleaseObject(object_); }
 
-    /// A further reference to an object that somebody else holds.
+    /// A further reference to an object that somebody else holds; nil if the host cannot lock it.
     [[nodiscard]] static ObjectReference Share(HostObject object) {
-        if (object != nullptr) host::REALLockObject(object);
-        return ObjectReference(object);
+        return ObjectReference(LockedObject(object));
     }
 
     [[nodiscard]] HostObject Get() const { return object_; }
@@ -61,16 +71,15 @@ class StringReference {
 };
 
 /// Stores `object` in a slot that holds one reference: the new one is taken before the old one is released,
-/// so that a slot can be given what it already holds.
+/// so that a slot can be given what it already holds. The slot is nil if the host cannot lock the object.
 inline void AssignReference(HostObject& slot, HostObject object) {
-    if (object != nullptr) host::REALLockObject(object);
-    const HostObject old = std::exchange(slot, object);
-    if (old != nullptr) host::REALUnlockObject(old);
+    const HostObject held = LockedObject(object);
+    ReleaseObject(std::exchange(slot, held));
 }
 
 /// Releases what a slot holds and clears it.
 inline void ClearReference(HostObject& slot) {
-    if (const HostObject old = std::exchange(slot, nullptr)) host::REALUnlockObject(old);
+    ReleaseObject(std::exchange(slot, nullptr));
 }
 inline void ClearReference(HostString& slot) {
     if (const HostString old = std::exchange(slot, nullptr)) host::REALUnlockString(old);

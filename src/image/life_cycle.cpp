@@ -120,7 +120,8 @@ void ImageConstructorMemory(HostObject me, HostObject buffer, int64_t width, int
         RaiseNilObjectException("Memoryblock is nil.");
         return;
     }
-    UseStore(record, ObjectReference::Share(buffer), rowSize);
+    ObjectReference block = ObjectReference::Share(buffer);
+    if (block) UseStore(record, std::move(block), rowSize);
 }
 
 void CloseImage(PictureTRV& record) {

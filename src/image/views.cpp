@@ -44,6 +44,7 @@ ObjectReference NewView(HostObject me) {
     PictureTRV& parent = *RecordOf(me);
     PictureTRV& view = *RecordOf(object.Get());
     AssignReference(view.Parent, me);
+    if (view.Parent == nullptr) return {};  // pixels that may go at any time
     AssignReference(view.Target, parent.Target);
     AssignReference(view.SharedMemory,
                     parent.MemoryTarget != nullptr ? parent.MemoryTarget : parent.SharedMemory);
