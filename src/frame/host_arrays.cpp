@@ -120,30 +120,27 @@ Place Locate(HostObject array, int64_t index, const char* method) {
     return {true, direct ? DataOf(array) : nullptr};
 }
 
-// Elements that are counted have a reference taken and released; all others are just values.
+/// How references to an element are counted: not at all where it is just a value. Where the host cannot lock
+/// a kind of thing, such elements are left to the host.
 template <class T>
-void LockElement(T /*value*/) {}
-void LockElement(HostObject value) {
-    host::REALLockObject(value);
-}
-void LockElement(HostString value) {
-    host::REALLockString(value);
-}
-void LockElement(HostText value) {
-    host::PluginLockText(value);
-}
+struct Counting {
+    static bool IsPossible() { return true; }
+    static void Lock(T /*value*/) {}
+    static void Unlock(T /*value*/) {}
+};
 
-template <class T>
-void UnlockElement(T /*value*/) {}
-void UnlockElement(HostObject value) {
-    host::REALUnlockObject(value);
-}
-void UnlockElement(HostString value) {
-    host::REALUnlockString(value);
-}
-void UnlockElement(HostText value) {
-    host::PluginUnlockText(value);
-}
+template <auto& lock, auto& unlock>
+struct CountedBy {
+    static bool IsPossible() { return lock.Available(); }
+    static void Lock(auto value) { lock(value); }
+    static void Unlock(auto value) { unlock(value); }
+};
+template <>
+struct Counting<HostObject> : CountedBy<host::REALLockObject, host::REALUnlockObject> {};
+template <>
+struct Counting<HostString> : CountedBy<host::REALLockString, host::REALUnlockString> {};
+template <>
+struct Counting<HostText> : CountedBy<host::PluginLockText, host::PluginUnlockText> {};
 
 /// An element as it lies in the array: a Boolean is a byte, anything but 0 is true.
 template <class T>
@@ -167,12 +164,12 @@ template <class T, class AskHost>
 void Get(HostObject array, int64_t index, T* value, const char* method, const AskHost& askHost) {
     const Place place = Locate(array, index, method);
     if (!place.exists || value == nullptr) return;
-    if (place.data == nullptr) {
+    if (place.data == nullptr || !Counting<T>::IsPossible()) {
         askHost(array, index, value);
         return;
     }
     *value = LoadElement<T>(place.data, index);
-    LockElement(*value);
+    Counting<T>::Lock(*value);
 }
 
 /// The getter that gives the element as its result.
@@ -187,14 +184,14 @@ template <class T, class AskHost>
 void Set(HostObject array, int64_t index, T value, const char* method, const AskHost& askHost) {
     const Place place = Locate(array, index, method);
     if (!place.exists) return;
-    if (place.data == nullptr) {
+    if (place.data == nullptr || !Counting<T>::IsPossible()) {
         askHost(array, index, value);
         return;
     }
-    LockElement(value);
+    Counting<T>::Lock(value);
     const T old = LoadElement<T>(place.data, index);
     StoreElement(place.data, index, value);
-    UnlockElement(old);
+    Counting<T>::Unlock(old);
 }
 
 /// The host's own ways to the elements of a kind.

@@ -19,23 +19,27 @@ namespace {
 
 constexpr int64_t kMostBytes = std::numeric_limits<int32_t>::max();
 
-/// Calls into the host, with what it throws turned into a host exception and nil. Its message is built the
-/// same way, so an exception from that is let go, or this would never end.
+bool raising = false;
+
+/// Raises a host exception for a native one. Its message is built by the calls that threw, so what they throw
+/// meanwhile is let go, or this would never end.
+template <class Raise>
+void RaiseOnce(Raise raise) {
+    if (raising) return;
+    raising = true;
+    raise();
+    raising = false;
+}
+
+/// Calls into the host; what is thrown there becomes a host exception, and the result is nil.
 template <class Call>
 HostString Guarded(Call call) {
-    static bool raising = false;
-    const auto raise = [](auto&& translate) {
-        if (raising) return;
-        raising = true;
-        translate();
-        raising = false;
-    };
     try {
         return call();
     } catch (const std::exception& exception) {
-        raise([&] { TranslateException(exception); });
+        RaiseOnce([&] { TranslateException(exception); });
     } catch (...) {
-        raise([] { RaiseUnnamedException(); });
+        RaiseOnce(RaiseUnnamedException);
     }
     return nullptr;
 }

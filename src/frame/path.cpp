@@ -21,11 +21,6 @@ constexpr int64_t kDefaultBuffer = 0x100000;
 constexpr int64_t kSmallestBuffer = 2;
 constexpr int64_t kLargestBuffer = std::numeric_limits<int32_t>::max();
 
-HostString Shared(HostString string) {
-    host::REALLockString(string);
-    return string;
-}
-
 /// Says what the long-path rule makes of a path.
 void LogLongPath(Path& path) {
     const char16_t* const units = path.UnixFilePathUTF16();
@@ -52,7 +47,7 @@ std::FILE* OpenBuffered(Path& path, const char* mode, int64_t bufferBytes) {
 
 Path::Path(HostObject folderItem) : item_(ObjectReference::Share(folderItem)) {}
 
-Path::Path(HostString path) : string_(Shared(path)) {}
+Path::Path(HostString path) : string_(StringReference::Share(path)) {}
 
 Path* Path::New(HostObject folderItem) {
     return NewObject<Path>(kNoMemory, folderItem);
@@ -67,6 +62,14 @@ const char16_t* Path::UnixFilePathUTF16() {
         TRV_LOG(item_ ? "UnixFilePathUTF16 file..." : "UnixFilePathUTF16 path...");
     }
     return Copy<TextForm::Utf16>(utf16_);
+}
+
+const char* Path::UnixFilePathUTF8() {
+    return Copy<TextForm::Utf8>(utf8_);
+}
+
+const char* Path::UnixFilePath() {
+    return Copy<TextForm::Native>(native_);
 }
 
 /// The text of the path, null if there is none.

@@ -30,8 +30,8 @@ class Path {
     /// The path, zero-terminated: as UTF-16, as UTF-8 and in the system's own 8-bit encoding. Null for nil,
     /// for an empty path, when the item does not tell its path, and without memory.
     [[nodiscard]] const char16_t* UnixFilePathUTF16();
-    [[nodiscard]] const char* UnixFilePathUTF8() { return Copy<TextForm::Utf8>(utf8_); }
-    [[nodiscard]] const char* UnixFilePath() { return Copy<TextForm::Native>(native_); }
+    [[nodiscard]] const char* UnixFilePathUTF8();
+    [[nodiscard]] const char* UnixFilePath();
 
     /// The next path of a chain (heap_objects.h).
     Path* next = nullptr;

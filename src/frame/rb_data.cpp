@@ -8,10 +8,8 @@
 
 namespace trv {
 
-rbData::rbData(HostString string) {
-    if (string == nullptr) return;
-    host::REALLockString(string);
-    string_ = StringReference(string);
+rbData::rbData(HostString string) : string_(StringReference::Share(string)) {
+    if (string_.Get() == nullptr) return;
     if (const auto [bytes, count] = BytesOfString(string); bytes != nullptr) {
         data = reinterpret_cast<const uint8_t*>(bytes);
         size = std::max<int64_t>(count, 0);

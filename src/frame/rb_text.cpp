@@ -61,10 +61,8 @@ bool IsAligned(const void* units) {
 
 }  // namespace
 
-rbText::rbText(HostString string) {
-    if (string == nullptr) return;
-    host::REALLockString(string);
-    string_ = StringReference(string);
+rbText::rbText(HostString string) : string_(StringReference::Share(string)) {
+    if (string_.Get() == nullptr) return;
     encoding_ = host::REALGetStringEncoding(string);
     state_ = State::NotExamined;
     switch (encoding_) {

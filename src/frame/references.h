@@ -63,6 +63,13 @@ class StringReference {
         if (string_ != nullptr) host::REALUnlockString(string_);
     }
 
+    /// A further reference to a string that somebody else holds; nil if the host cannot lock it.
+    [[nodiscard]] static StringReference Share(HostString string) {
+        if (string == nullptr || !host::REALLockString.Available()) return {};
+        host::REALLockString(string);
+        return StringReference(string);
+    }
+
     [[nodiscard]] HostString Get() const { return string_; }
     [[nodiscard]] HostString Release() { return std::exchange(string_, nullptr); }
 

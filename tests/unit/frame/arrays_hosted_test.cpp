@@ -96,6 +96,7 @@ struct FakeArrays {
         }
         if (wanted == "RuntimeUBound") return reinterpret_cast<void*>(+[](HostObject) { return ubound; });
         if (wanted == "RuntimeDirectReadIntArray") return reinterpret_cast<void*>(Read);
+        if (wanted == "REALLockObject") return reinterpret_cast<void*>(+[](HostObject) {});
         if (wanted == "REALUnlockObject") return reinterpret_cast<void*>(+[](HostObject) { ++unlocks; });
         return nullptr;
     }
@@ -361,6 +362,19 @@ TEST_P(ArrayAccess, StringsAreCounted) {
     }
     EXPECT_EQ(first.References(), 1);
     EXPECT_EQ(TheHost().Calls("RuntimeDirectReadStringArray") == 0, IsDirect());
+}
+
+TEST_P(ArrayAccess, WhatTheHostCannotLockIsLeftToTheHost) {
+    TRV_IN_FRESH_PROCESS({
+        TheHost().Settings().missingEntries = {"REALLockString"};
+        const trvhost::String string = TheHost().NewString("text");
+        const Array array = Make(ElementKind::kString, 0);
+        REALSetArrayValue<ElementKind::kString>(ObjectOf(array), 0, StringOf(string));
+        EXPECT_EQ(string.References(), 2);
+        EXPECT_EQ(Adopt(REALGetArrayString(ObjectOf(array), 0)).Bytes(), "text");
+        EXPECT_EQ(string.References(), 2);
+        EXPECT_EQ(TheHost().Calls("RuntimeDirectReadStringArray"), 1);
+    });
 }
 
 TEST_P(ArrayAccess, TextsAreCounted) {

@@ -1,11 +1,12 @@
 // What is built here, as a host sees it; host_strings_test.cpp looks at the calls that are made for it.
 
-#include <random>
+#include <new>
 #include <string>
 #include <vector>
 
 #include "frame/host_strings.h"
 #include "unit/failing_memory.h"
+#include "unit/frame/fresh_process.h"
 #include "unit/frame/log_capture.h"
 #include "unit/frame/unicode.h"
 #include "unit/hosted_test.h"
@@ -143,6 +144,36 @@ TEST_F(HostStrings, AHostWithoutMemoryForWideTexts) {
         TheHost().FailString(1);
         EXPECT_EQ(REALBuildUnicodeString("abc", 3, 1536), nullptr);
     }
+}
+
+TEST_F(HostStrings, AHostThatAlwaysThrowsEndsInNil) {
+    TRV_IN_FRESH_PROCESS({
+        static int builds = 0;
+        static int raised = 0;
+        ConnectHost([](const char* name) -> void* {
+            const std::string wanted = name;
+            if (wanted == "REALGetRBVersion") return reinterpret_cast<void*>(+[] { return 2024.01; });
+            if (wanted == "REALBuildStringWithEncoding") {
+                return reinterpret_cast<void*>(+[](const char*, int32_t, uint32_t) -> HostString {
+                    if (++builds % 4 == 1) throw 5;
+                    throw std::bad_alloc();
+                });
+            }
+            if (wanted == "PluginNewInstance") {
+                return reinterpret_cast<void*>(
+                    +[](const char*) { return reinterpret_cast<HostObject>(&builds); });
+            }
+            if (wanted == "RuntimeRaiseException") {
+                return reinterpret_cast<void*>(+[](HostObject) { ++raised; });
+            }
+            return nullptr;
+        });
+        EXPECT_EQ(BuildAsciiString("text"), nullptr);
+        EXPECT_EQ(builds, 2) << "the text, and the message about it";
+        EXPECT_EQ(BuildUtf16String(u"text"), nullptr);
+        EXPECT_EQ(builds, 4);
+        EXPECT_EQ(raised, 2) << "without a message";
+    });
 }
 
 TEST_F(HostStrings, ZeroTerminatedTexts) {
