@@ -35,8 +35,7 @@ class MemoryImage {
     /// Rows of `rowSize` bytes; 0 takes width * pixelSize. The store starts out filled with pseudo-random
     /// bytes.
     MemoryImage(trvhost::Host& host, int64_t width, int64_t height, int64_t format, int64_t rowSize = 0,
-                unsigned seed = 1)
-        : host_(&host) {
+                unsigned seed = 1) {
         // A format's pixel size is known to a record only, so a small image is asked.
         const Ref probe = host.Construct("PictureTRV", 1, 1, format);
         pixelSize_ = host.Get<int64_t>(probe, "PixelSize");
@@ -75,7 +74,6 @@ class MemoryImage {
   private:
     static constexpr int64_t kGuard = 64;
 
-    trvhost::Host* host_ = nullptr;
     int64_t pixelSize_ = 0;
     int64_t rowSize_ = 0;
     int64_t height_ = 0;
