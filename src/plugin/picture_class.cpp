@@ -15,6 +15,7 @@
 #include "plugin/member_lines.h"
 #include "rows/copy_pixels.h"
 #include "rows/row_methods.h"
+#include "scale/kernels.h"
 #include "scale/two_pass.h"
 
 namespace trv {
@@ -146,13 +147,13 @@ ConstantDefinition constants[] = {
 #include "image/image_formats.inc"
 #undef TRV_FORMAT
 #undef TRV_FORMAT_ALIAS
-    {.declaration = "ScaleTriangle", .value = 1},
-    {.declaration = "ScaleBox", .value = 2},
-    {.declaration = "ScaleLanczos3", .value = 3},
-    {.declaration = "ScaleLanczos8", .value = 4},
-    {.declaration = "ScaleMitchell", .value = 5},
-    {.declaration = "ScalePoly3", .value = 6},
-    {.declaration = "ScaleCubic", .value = 7},
+    {.declaration = "ScaleTriangle", .value = ScaleTriangle},
+    {.declaration = "ScaleBox", .value = ScaleBox},
+    {.declaration = "ScaleLanczos3", .value = ScaleLanczos3},
+    {.declaration = "ScaleLanczos8", .value = ScaleLanczos8},
+    {.declaration = "ScaleMitchell", .value = ScaleMitchell},
+    {.declaration = "ScalePoly3", .value = ScalePoly3},
+    {.declaration = "ScaleCubic", .value = ScaleCubic},
     {.declaration = "DitherMagic2x2Matrix", .value = 1},
     {.declaration = "DitherMagic4x4Matrix", .value = 2},
     {.declaration = "DitherOrdered4x4Matrix", .value = 3},
