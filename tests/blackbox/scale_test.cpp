@@ -156,8 +156,8 @@ TEST_F(ScaleTest, RefusesClosedImages) {
     const Ref open = NewImage(4, 4, "ImageFormatRGBA");
     const Ref closed = NewImage(4, 4, "ImageFormatRGBA");
     TheHost().Call(closed, "Close");
-    for (const auto& [dest, source] : {std::pair(open, closed), {closed, open}}) {
-        const auto log = LogOf([&] { EXPECT_FALSE(Scale(dest, source, nullptr, 1, 4, 4)); });
+    for (const auto& images : {std::pair(open, closed), {closed, open}}) {
+        const auto log = LogOf([&] { EXPECT_FALSE(Scale(images.first, images.second, nullptr, 1, 4, 4)); });
         EXPECT_EQ(log.back(), "GetRow is nil");
     }
     const auto log = LogOf([&] { EXPECT_FALSE(Scale(open, open, closed, 1, 4, 4)); });
@@ -168,9 +168,9 @@ TEST_F(ScaleTest, SizesThatNoTableCanHold) {
     const MemoryImage source = Memory(4, 4, "ImageFormatG");
     const MemoryImage dest = Memory(4, 4, "ImageFormatG", 2);
     const MemoryImage temp = Memory(4, 4, "ImageFormatScaling1", 3);
-    for (const auto& [width, height] :
+    for (const auto& size :
          {std::pair<int64_t, int64_t>{INT64_MAX, 4}, {4, INT64_MAX}, {INT64_MAX, INT64_MAX}}) {
-        const auto log = LogOf([&] { EXPECT_FALSE(Scale(dest, source, temp, 2, width, height)); });
+        const auto log = LogOf([&] { EXPECT_FALSE(Scale(dest, source, temp, 2, size.first, size.second)); });
         EXPECT_EQ(log.back(), "Failed to allocate contrib");
     }
     EXPECT_TRUE(temp.GuardIntact() && dest.GuardIntact());
