@@ -54,6 +54,10 @@ std::string PropertyText(const PropertyDefinition& property) {
            (property.setter == nullptr ? " (read only)" : "");
 }
 
+std::string MethodText(const MethodDefinition& method) {
+    return std::string(method.declaration) + (method.setter == nullptr ? "" : " (get and set)");
+}
+
 template <class Definition>
 std::string DeclarationText(const Definition& member) {
     return member.declaration;
@@ -72,9 +76,9 @@ void PrintMembers(const ClassDefinition& definition) {
     std::printf("\n%s\n", definition.name);
     PrintMembers("Constants", members.constants, DeclarationText<ConstantDefinition>);
     PrintMembers("Shared properties", members.sharedProperties, PropertyText);
-    PrintMembers("Shared methods", members.sharedMethods, DeclarationText<MethodDefinition>);
+    PrintMembers("Shared methods", members.sharedMethods, MethodText);
     PrintMembers("Properties", members.properties, PropertyText);
-    PrintMembers("Methods", members.methods, DeclarationText<MethodDefinition>);
+    PrintMembers("Methods", members.methods, MethodText);
     PrintMembers("Events", members.events, DeclarationText<EventDefinition>);
 }
 
