@@ -11,6 +11,11 @@ void PixelMove::Add(int64_t from, int64_t to, int64_t size) {
 }
 
 void PixelMove::Finish() {
+    isWhole_ = extent_ == toSize_;
+    for (int64_t to = 0; to < toSize_; ++to) {
+        isWhole_ = isWhole_ && std::any_of(bytes_.begin(), bytes_.begin() + count_,
+                                           [&](const Byte& byte) { return byte.to == to; });
+    }
     isCopy_ = fromSize_ == toSize_ && count_ == toSize_ &&
               std::all_of(bytes_.begin(), bytes_.begin() + count_,
                           [](const Byte& byte) { return byte.from == byte.to; });
@@ -33,14 +38,16 @@ void PixelMove::Run(const RowKernels& kernels, const uint8_t* from, int64_t read
                     int64_t writable, int64_t pixels) const {
     int64_t done = 0;
     if (kernels.shuffle != nullptr && groupPixels_ > 0) {
+        // Where whole pixels are written, what a group leaves behind its last one is overwritten by the next.
+        if (isWhole_) writable = std::min(writable, pixels * toSize_);
         const int64_t fromStep = groupPixels_ * fromSize_;
         const int64_t toStep = groupPixels_ * toSize_;
         const auto groupsIn = [](int64_t bytes, int64_t step) {
-            return bytes < 16 ? 0 : (bytes - 16) / step + 1;
+            return bytes < kGroupLanes ? 0 : (bytes - kGroupLanes) / step + 1;
         };
         const int64_t groups =
             std::min({pixels / groupPixels_, groupsIn(readable, fromStep), groupsIn(writable, toStep)});
-        kernels.shuffle(from, fromStep, to, toStep, groups, shuffle_);
+        (isWhole_ ? kernels.shuffleWhole : kernels.shuffle)(from, fromStep, to, toStep, groups, shuffle_);
         done = groups * groupPixels_;
     }
     for (int64_t pixel = done; pixel < pixels; ++pixel) {

@@ -43,6 +43,7 @@ class PixelMove {
     int64_t groupPixels_ = 0;  // pixels of a group of 16 bytes; 0 if they do not fit into one
     int count_ = 0;
     bool isCopy_ = false;
+    bool isWhole_ = false;          // every byte of a target pixel is written
     std::array<Byte, 16> bytes_{};  // in the order of the stores
     ByteShuffle shuffle_{};
 };

@@ -87,9 +87,12 @@ struct RowKernels {
     void (*transpose)(const uint8_t* const* from, int64_t fromStep, uint8_t* const* to, int64_t toStep,
                       int64_t blocks);
     /// Moves groups of 16 bytes through a shuffle; null where the instruction set has none. Reads 16 bytes at
-    /// each group's source, and reads and writes 16 bytes at its target.
+    /// each group's source and writes 16 bytes at its target; `shuffle` keeps the bytes that are not picked
+    /// by reading them first, `shuffleWhole` takes every byte as picked.
     void (*shuffle)(const uint8_t* from, int64_t fromStep, uint8_t* to, int64_t toStep, int64_t groups,
                     const ByteShuffle& shuffle);
+    void (*shuffleWhole)(const uint8_t* from, int64_t fromStep, uint8_t* to, int64_t toStep, int64_t groups,
+                         const ByteShuffle& shuffle);
 };
 
 extern const RowKernels kRowKernelsBaseline;

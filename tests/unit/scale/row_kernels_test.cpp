@@ -137,17 +137,20 @@ TEST_P(RowKernelsTest, Shuffle) {
         const int64_t fromStep = 1 + random_() % 16;
         const int64_t toStep = 1 + random_() % 16;
         const int64_t groups = random_() % 12;
-        auto out = Noise(400);
-        auto expected = out;
-        kernels_->shuffle(bytes.data(), fromStep, out.data(), toStep, groups, shuffle);
-        for (int64_t g = 0; g < groups; ++g) {
-            for (int64_t k = 0; k < 16; ++k) {
-                if (shuffle.write[k] == 0) continue;
-                expected[static_cast<size_t>(g * toStep + k)] =
-                    bytes[static_cast<size_t>(g * fromStep + shuffle.from[k])];
+        for (const bool whole : {false, true}) {
+            auto out = Noise(400);
+            auto expected = out;
+            (whole ? kernels_->shuffleWhole : kernels_->shuffle)(bytes.data(), fromStep, out.data(), toStep,
+                                                                 groups, shuffle);
+            for (int64_t g = 0; g < groups; ++g) {
+                for (int64_t k = 0; k < 16; ++k) {
+                    if (shuffle.write[k] == 0 && !whole) continue;
+                    expected[static_cast<size_t>(g * toStep + k)] =
+                        bytes[static_cast<size_t>(g * fromStep + shuffle.from[k])];
+                }
             }
+            ASSERT_EQ(out, expected);
         }
-        ASSERT_EQ(out, expected);
     }
 }
 
