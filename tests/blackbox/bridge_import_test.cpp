@@ -72,9 +72,10 @@ TEST_P(ImportTest, OneColourIntoGray) {
             for (int round = 0; round < 30; ++round) {
                 const Between r = RandomBetween(random, kWidth);
                 std::vector<uint8_t> expected = image.Bytes();
-                ForEachPixel(
-                    image, kWidth + 4, kHeight, picture, r, expected,
-                    [&](uint8_t* to, int64_t x, int64_t y) { to[at.gray] = component(picture.Pixel(x, y)); });
+                ForEachPixel(image, kWidth + 4, kHeight, picture, r, expected,
+                             [&, component = component](uint8_t* to, int64_t x, int64_t y) {
+                                 to[at.gray] = component(picture.Pixel(x, y));
+                             });
                 TheHost().Call(image, method, picture, r.destX, r.destY, r.width, r.height, r.sourceX,
                                r.sourceY);
                 ASSERT_EQ(image.Bytes(), expected) << format << " " << method << " " << r;
