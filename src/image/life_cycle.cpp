@@ -83,6 +83,28 @@ void CopyLayout(const PictureTRV& from, PictureTRV& to) {
     to.UnclippedHeight = from.Height;
 }
 
+/// The memory block under an image, of which not every row need be whole: over a caller's memory the last one
+/// may end with its last pixel.
+class BlockBytes {
+  public:
+    explicit BlockBytes(const PictureTRV& image) {
+        const HostObject block = image.MemoryTarget != nullptr ? image.MemoryTarget : image.SharedMemory;
+        start_ = MemoryBlockPointer(block);
+        size_ = MemoryBlockSize(block);
+    }
+
+    /// How many of `count` bytes from `row` on there are; all of them where no block says otherwise.
+    [[nodiscard]] int64_t Available(const uint8_t* row, int64_t count) const {
+        if (start_ == nullptr || size_ < 0) return count;
+        const int64_t offset = row - start_;
+        return offset < 0 || offset > size_ ? 0 : std::min(count, size_ - offset);
+    }
+
+  private:
+    const uint8_t* start_;
+    int64_t size_;
+};
+
 }  // namespace
 
 int64_t AllocatedRowSize(const PictureTRV& record) {
@@ -189,6 +211,7 @@ HostObject rbClone(HostObject me) {
     CopyLayout(source, copy);
     UseStore(copy, std::move(block), source.RowSize);
     copy.MappingRows = -1;
+    const BlockBytes bytes(source);
     for (int64_t y = 0; y < source.Height; ++y) {
         const uint8_t* from = FetchRow(source, y);
         if (from == nullptr) {
@@ -200,7 +223,7 @@ HostObject rbClone(HostObject me) {
             TRV_LOG("dbuf is empty for line", y);
             break;
         }
-        std::memcpy(to, from, static_cast<size_t>(source.RowSize));
+        std::memcpy(to, from, static_cast<size_t>(bytes.Available(from, source.RowSize)));
     }
     return clone.Release();
 }
