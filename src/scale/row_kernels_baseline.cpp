@@ -131,7 +131,7 @@ inline void StoreTogether(uint8_t*, const T*) {}
 
 constexpr bool kHasShuffle = false;
 
-inline __m128i Shuffle16(__m128i bytes, __m128i) {
+[[maybe_unused]] inline __m128i Shuffle16(__m128i bytes, __m128i) {
     return bytes;
 }
 
