@@ -50,9 +50,17 @@ void PictureThing::SetStore(std::unique_ptr<PictureStore> fresh) {
 }
 
 PictureStorage DefaultStorage(const Options& options, bool alpha) {
-    if (options.pictureStorage != PictureStorage::Default) return options.pictureStorage;
-    return options.kind == HostKind::Console || options.kind == HostKind::Web ? PictureStorage::GdTrueColor
-                                                                              : DesktopStorage(alpha);
+    switch (options.pictureStorage) {
+        case PictureStorage::Default:
+            return options.kind == HostKind::Console || options.kind == HostKind::Web
+                       ? PictureStorage::GdTrueColor
+                       : DesktopStorage(alpha);
+        case PictureStorage::GdiPlusArgb:
+        case PictureStorage::GdiPlusPargb:
+            return alpha ? options.pictureStorage : PictureStorage::Dib32;
+        default:
+            return options.pictureStorage;
+    }
 }
 
 PictureThing& NewPicture(Core& core, int64_t width, int64_t height, PictureStorage storage, bool alpha) {

@@ -10,7 +10,7 @@ constexpr size_t kNames = 26;
 std::string Row(const std::string& name, const std::string& description) {
     std::string row = "  " + name;
     if (row.size() >= kNames) row += "\n";
-    const size_t line = row.rfind('\n') == row.npos ? row.size() : 0;
+    const size_t line = row.rfind('\n') == std::string::npos ? row.size() : 0;
     row.append(kNames - line, ' ');
     for (const char c : Wrap(description, kColumns - kNames)) {
         row += c;
@@ -26,8 +26,8 @@ std::string Wrap(const std::string& text, size_t width) {
     size_t start = 0;
     while (text.size() - start > width) {
         size_t end = text.substr(start, width + 1).find('\n');
-        if (end == text.npos) end = text.substr(start, width + 1).rfind(' ');
-        if (end == text.npos || end == 0) break;
+        if (end == std::string::npos) end = text.substr(start, width + 1).rfind(' ');
+        if (end == std::string::npos || end == 0) break;
         wrapped += text.substr(start, end) + "\n";
         start += end + 1;
     }
@@ -49,7 +49,7 @@ std::string HelpText::make_help(const CLI::App* app, std::string name, CLI::AppF
 
 std::string HelpText::make_option(const CLI::Option* option, bool isPositional) const {
     std::string name = option->get_name(isPositional, !isPositional);
-    for (size_t comma = name.find(','); comma != name.npos; comma = name.find(',', comma + 2))
+    for (size_t comma = name.find(','); comma != std::string::npos; comma = name.find(',', comma + 2))
         name.insert(comma + 1, " ");
     if (!isPositional && option->get_type_size() != 0) name += " " + option->get_type_name();
     return Row(name, option->get_description());

@@ -42,7 +42,9 @@ class Bytes {
         return static_cast<uint8_t>(file_[at]);
     }
     size_t Size() const { return file_.size(); }
-    bool Contains(std::string_view magic, size_t from) const { return file_.find(magic, from) != file_.npos; }
+    bool Contains(std::string_view magic, size_t from) const {
+        return file_.find(magic, from) != std::string_view::npos;
+    }
 
   private:
     std::string_view file_;

@@ -12,7 +12,7 @@ namespace {
 /// The whole text as a number; one too large for the type comes out as `beyond` it.
 template <class T>
 std::optional<T> Number(std::string_view text, T beyond) {
-    if (text.find_first_not_of("-.0123456789") != text.npos) return std::nullopt;
+    if (text.find_first_not_of("-.0123456789") != std::string_view::npos) return std::nullopt;
     T value{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (end != text.data() + text.size() || error == std::errc::invalid_argument) return std::nullopt;
@@ -43,7 +43,7 @@ std::optional<SizeRequest> SizeRequest::Parse(std::string_view text) {
         return request;
     }
     const size_t x = text.find_first_of("xX");
-    if (x == text.npos || text.size() == 1) return std::nullopt;
+    if (x == std::string_view::npos || text.size() == 1) return std::nullopt;
     const std::string_view width = text.substr(0, x), height = text.substr(x + 1);
     request.width_ = Side(width);
     request.height_ = Side(height);

@@ -188,7 +188,7 @@ void SaveTo(const Picture& picture, const std::filesystem::path& file, int quali
     } catch (const std::runtime_error& e) {
         std::string reason = e.what();
         const size_t name = reason.find(ToText(file) + ": ");
-        if (name != reason.npos) reason.erase(0, name + ToText(file).size() + 2);
+        if (name != std::string::npos) reason.erase(0, name + ToText(file).size() + 2);
         throw std::runtime_error(reason);
     }
 }

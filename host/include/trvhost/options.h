@@ -76,7 +76,10 @@ struct Options {
     bool inDebugMode = false;           ///< what `REALInDebugMode` answers
     Start start = Start::AtOnce;        ///< when REALPluginMain is called
     ArrayLayout arrayLayout = ArrayLayout::ByVersion;
-    PictureStorage pictureStorage = PictureStorage::Default;  ///< of pictures that the plug-in has made
+    /// Of pictures that the plug-in has made. Storages without alpha serve pictures with alpha too, which
+    /// then lack it; the GDI+ storages with alpha serve those pictures only, and the others are Dib32, as
+    /// hosts keep them.
+    PictureStorage pictureStorage = PictureStorage::Default;
     StringDataForm stringDataForm = StringDataForm::Terminated;
 
     /// Entry names that the resolver answers with null. Those of the second resolver are written
