@@ -562,58 +562,52 @@ TEST_F(LifeCycle, TheFactoryIsTheHostsAffair) {
 
 class ClosedMeanwhile : public LifeCycle {
   protected:
-    /// Has an image yield at every chance, as if each row took long.
-    void YieldAlways(const Ref& image) const {
-        TheHost().Set(image, "YieldTicks", int64_t{-1});
-        Rewind(image);
-    }
-    void Rewind(const Ref& image) const {
-        // LastYieldTime, the record's second field: a time long ago.
-        const int64_t longAgo = -(int64_t{1} << 40);
-        std::memcpy(TheHost().ClassData(image) + 8, &longAgo, 8);
-    }
+    static constexpr int64_t kWidth = 1500;
+    static constexpr int64_t kHeight = 1000;
 
-    /// Runs `operation` again and again on fresh images, and closes the image in its first, second, … yield,
-    /// until an operation ends before.
+    /// Runs `operation` on fresh images that yield every millisecond, and closes the image in its first,
+    /// second, third yield. The first comes at the start; the others, where they come, in the middle.
     template <class Operation>
-    void CloseInEachYield(const Operation& operation) {
-        int64_t yields = 0;
-        for (int64_t closeAt = 1; closeAt <= yields + 1 && closeAt < 100; ++closeAt) {
-            const Ref image = NewImage(9, 6, "ImageFormatRGBA");
-            YieldAlways(image);
-            yields = 0;
+    void CloseInYields(const Operation& operation) {
+        for (int closeAt = 1; closeAt <= 3; ++closeAt) {
+            const Ref image = NewImage(kWidth, kHeight, "ImageFormatRGBA");
+            TheHost().Set(image, "YieldTicks", int64_t{-1});
+            int yields = 0;
             TheHost().OnYield([&] {
-                Rewind(image);
                 if (++yields == closeAt) TheHost().Call(image, "Close");
             });
             operation(image);
             TheHost().OnYield(nullptr);
-            EXPECT_TRUE(closeAt > 1 || yields >= 1) << "the operation never yields";
-            EXPECT_EQ(Number(image, "Width"), 9);
+            EXPECT_GE(yields, 1) << "the operation never yields";
+            EXPECT_EQ(Number(image, "Width"), kWidth);
+            EXPECT_EQ(static_cast<bool>(StoreOf(image)), yields < closeAt);
         }
     }
 };
 
 TEST_F(ClosedMeanwhile, FillsEnd) {
-    CloseInEachYield([&](const Ref& image) { TheHost().Call(image, "FillRectRGB", 1, 2, 3, 4); });
-    CloseInEachYield([&](const Ref& image) { TheHost().Call(image, "FillRect(Value as integer)", 1); });
-    CloseInEachYield([&](const Ref& image) { TheHost().Call(image, "FillRectRandom"); });
-    CloseInEachYield([&](const Ref& image) { TheHost().Call(image, "ClearRect", 1, 1, 5, 4); });
-    CloseInEachYield([&](const Ref& image) { TheHost().Call(image, "FillRectApply", 1, 2, 3, 40); });
+    CloseInYields([&](const Ref& image) { TheHost().Call(image, "FillRectRGB", 1, 2, 3, 4); });
+    CloseInYields([&](const Ref& image) { TheHost().Call(image, "FillRect(Value as integer)", 1); });
+    CloseInYields([&](const Ref& image) { TheHost().Call(image, "FillRectRandom"); });
+    CloseInYields(
+        [&](const Ref& image) { TheHost().Call(image, "ClearRect", 1, 1, kWidth - 2, kHeight - 2); });
+    CloseInYields([&](const Ref& image) { TheHost().Call(image, "FillRectApply", 1, 2, 3, 40); });
 }
 
 TEST_F(ClosedMeanwhile, CopiesEnd) {
-    const Ref other = NewImage(9, 6, "ImageFormatRGBA");
-    CloseInEachYield([&](const Ref& image) {
+    const Ref other = NewImage(kWidth, kHeight, "ImageFormatRGBA");
+    CloseInYields([&](const Ref& image) {
         TheHost().Call(image, "CopyPixels(source as PictureTRV) as boolean", other);
     });
 }
 
 TEST_F(ClosedMeanwhile, ScalingEnds) {
-    const Ref other = NewImage(30, 20, "ImageFormatRGBA");
+    const Ref other = NewImage(kWidth * 2, kHeight, "ImageFormatRGBA");
     const int64_t box = Constant("ScaleBox");
-    CloseInEachYield([&](const Ref& image) { TheHost().Call(image, "Scale", other, nullptr, box, 9, 6); });
-    CloseInEachYield([&](const Ref& image) { TheHost().Call(other, "Scale", image, nullptr, box, 30, 20); });
+    CloseInYields(
+        [&](const Ref& image) { TheHost().Call(image, "Scale", other, nullptr, box, kWidth, kHeight); });
+    CloseInYields(
+        [&](const Ref& image) { TheHost().Call(other, "Scale", image, nullptr, box, kWidth * 2, kHeight); });
 }
 
 }  // namespace
