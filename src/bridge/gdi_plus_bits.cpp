@@ -1,6 +1,7 @@
 #include "bridge/gdi_plus_bits.h"
 
 #include <cstdlib>
+#include <utility>
 
 #include "frame/debug_log.h"
 
@@ -46,18 +47,28 @@ constexpr FormatName kFormatNames[] = {
 
 }  // namespace
 
-GdiPlusData AllocateGdiPlusData() {
-    return GdiPlusData(static_cast<GdiPlusBitmapData*>(std::calloc(1, sizeof(GdiPlusBitmapData))));
+GdiPlusBits::GdiPlusBits(void* bitmap)
+    : bitmap_(bitmap), data_(static_cast<GdiPlusBitmapData*>(std::calloc(1, sizeof(GdiPlusBitmapData)))) {}
+
+GdiPlusBits::~GdiPlusBits() {
+    if (locked_) UnlockGdiPlusBitmap(bitmap_, data_);
+    std::free(data_);
 }
 
-bool LockGdiPlusBits(void* bitmap, const std::array<GdiPlusAttempt, 3>& attempts, GdiPlusBitmapData* data) {
+bool GdiPlusBits::Lock(const std::array<GdiPlusAttempt, 3>& attempts) {
     int32_t status = kGdiPlusInvalidParameter;
     for (const GdiPlusAttempt& attempt : attempts) {
         if (attempt.announcement != nullptr) TRV_LOG(attempt.announcement);
-        status = LockGdiPlusBitmap(bitmap, attempt.mode, attempt.pixelFormat, data);
+        status = LockGdiPlusBitmap(bitmap_, attempt.mode, attempt.pixelFormat, data_);
         if (status != kGdiPlusInvalidParameter) break;
     }
-    return status == kGdiPlusOk;
+    locked_ = status == kGdiPlusOk;
+    return locked_;
+}
+
+GdiPlusBitmapData* GdiPlusBits::Release() {
+    locked_ = false;
+    return std::exchange(data_, nullptr);
 }
 
 const char* GdiPlusPixelFormatName(int32_t pixelFormat) {

@@ -1,11 +1,10 @@
 #pragma once
 
-// The pixels of a GDI+ bitmap, locked in the first way that GDI+ accepts.
+// The pixels of a GDI+ bitmap, locked in the first way that GDI+ accepts, and unlocked by whoever holds them
+// last.
 
 #include <array>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
 #include "platform/graphics.h"
 
@@ -18,20 +17,28 @@ struct GdiPlusAttempt {
     const char* announcement;
 };
 
-/// The block of a lock, which must stay where it is until the bitmap is unlocked. From malloc, since the
-/// image record frees its own so.
-struct FreeGdiPlusData {
-    void operator()(GdiPlusBitmapData* data) const { std::free(data); }
+/// Holds the lock on a bitmap's bits, or none.
+class GdiPlusBits {
+  public:
+    /// Prepares for `bitmap`, of which nothing is locked yet.
+    explicit GdiPlusBits(void* bitmap);
+    ~GdiPlusBits();
+    GdiPlusBits(const GdiPlusBits&) = delete;
+    GdiPlusBits& operator=(const GdiPlusBits&) = delete;
+
+    /// Whether there was memory for the block of the lock.
+    [[nodiscard]] bool HasBlock() const { return data_ != nullptr; }
+    /// Tries the ways in their order for as long as GDI+ finds the parameters invalid; false when it refuses.
+    [[nodiscard]] bool Lock(const std::array<GdiPlusAttempt, 3>& attempts);
+    [[nodiscard]] const GdiPlusBitmapData& Data() const { return *data_; }
+    /// Leaves the unlocking to the caller, and after it the block, which comes from malloc.
+    [[nodiscard]] GdiPlusBitmapData* Release();
+
+  private:
+    void* bitmap_;
+    GdiPlusBitmapData* data_;
+    bool locked_ = false;
 };
-using GdiPlusData = std::unique_ptr<GdiPlusBitmapData, FreeGdiPlusData>;
-
-/// A zeroed block, or null when memory is short.
-[[nodiscard]] GdiPlusData AllocateGdiPlusData();
-
-/// Tries the ways in their order for as long as GDI+ finds the parameters invalid. False when it refuses; the
-/// bitmap is then not locked.
-[[nodiscard]] bool LockGdiPlusBits(void* bitmap, const std::array<GdiPlusAttempt, 3>& attempts,
-                                   GdiPlusBitmapData* data);
 
 /// Name of a pixel format of GDI+'s, for the log.
 [[nodiscard]] const char* GdiPlusPixelFormatName(int32_t pixelFormat);

@@ -19,8 +19,7 @@ bool HostHasNewNames() {
     return HostVersion() >= kFirstHostWithNewNames;
 }
 
-// Shapes
-// -------------------------------------------------------------------------------------------------------------
+// Shapes --------------------------------------------------------------------------------------------------
 
 /// A method that takes `Integers...` in older hosts and as many doubles in newer ones, under up to three
 /// declarations; null for one that does not exist.
@@ -93,8 +92,7 @@ constinit FourNumbers fillOval{nullptr, TRV_RECTANGLE("FillOval", "Double"),
 constinit ObjectMethod<double(HostObject, HostString)> textWidth{"TextWidth(Text As String) as Double"};
 constinit ObjectMethod<double(HostObject, HostString)> stringWidth{"StringWidth(Text As String) as Double"};
 
-// Properties
-// ---------------------------------------------------------------------------------------------------------
+// Properties ----------------------------------------------------------------------------------------------
 
 /// Reads the first property of the names that the object has as a Double, else `integerName` as a whole
 /// number, else `missing`.

@@ -20,6 +20,23 @@ namespace {
 constexpr int64_t kWordSize = 4;
 constexpr int64_t kWin32RowAlignment = 4;
 
+/// What a backend says where it gives up; null for nothing.
+struct Refusals {
+    const char* notLocked;
+    const char* wrongType;
+    const char* noData;
+};
+
+/// Whether a lock was got, and leads to pixels of the wanted type.
+bool HasPixels(const DescriptionLock& lock, const Refusals& refusals) {
+    const char* refusal = !lock                    ? refusals.notLocked
+                          : !lock.HasWantedType()  ? refusals.wrongType
+                          : lock.Data() == nullptr ? refusals.noData
+                                                   : nullptr;
+    if (refusal != nullptr) TRV_LOG(refusal);
+    return lock && lock.HasWantedType() && lock.Data() != nullptr;
+}
+
 bool StubOf(const char* name) {
     TRV_LOG(name);
     return false;
@@ -27,8 +44,9 @@ bool StubOf(const char* name) {
 
 }  // namespace
 
-void PictureEditor::Adopt(HostObject pic, DescriptionLock& lock, const Pixels& pixels) {
+bool PictureEditor::Adopt(HostObject pic, DescriptionLock& lock, const Pixels& pixels) {
     setPicture(pic);
+    if (picture == nullptr) return false;  // a host that cannot lock objects could take the pixels away
     Description = lock.Description();
     lock.Keep();
     NeedPictureUnlock = true;
@@ -42,101 +60,78 @@ void PictureEditor::Adopt(HostObject pic, DescriptionLock& lock, const Pixels& p
     CurrentRow = Pixelbase;
     VerticalResolution = PictureVerticalResolution(pic);
     HorizontalResolution = PictureHorizontalResolution(pic);
+    return true;
 }
 
 bool PictureEditor::GetPictureEditorDrawableD2D(HostObject pic) {
     DescriptionLock lock(pic, pictureD2DPBGRAPtr);
-    if (!lock) {
-        TRV_LOG("REALLockPictureDescription with pictureD2DPBGRAPtr failed.");
-        return false;
-    }
-    if (!lock.HasWantedType()) {
-        TRV_LOG("Bitmap is not a DrawableD2D");
-        return false;
-    }
-    if (lock.Data() == nullptr) {
-        TRV_LOG("g is nil");
+    if (!HasPixels(lock, {"REALLockPictureDescription with pictureD2DPBGRAPtr failed.",
+                          "Bitmap is not a DrawableD2D", "g is nil"})) {
         return false;
     }
     // The description is all there is: it alone says how many words there are.
-    Adopt(pic, lock,
-          {PixelKindD2D, kWordSize, lock.Width() * kWordSize, static_cast<uint8_t*>(lock.Data()),
-           lock.Width(), lock.Height()});
-    return true;
+    return Adopt(pic, lock,
+                 {PixelKindD2D, kWordSize, lock.Width() * kWordSize, static_cast<uint8_t*>(lock.Data()),
+                  lock.Width(), lock.Height()});
 }
 
 bool PictureEditor::GetPictureEditorGDIPlusBitmap(HostObject pic) {
     DescriptionLock lock(pic, pictureGDIPlusBitmap);
-    if (!lock) {
-        TRV_LOG("REALLockPictureDescription with pictureGDIPlusBitmap failed.");
-        return false;
-    }
-    if (!lock.HasWantedType()) {
-        TRV_LOG("Bitmap is not a GDIPlusBitmap");
-        return false;
-    }
-    if (lock.Data() == nullptr) {
-        TRV_LOG("g is nil");
+    if (!HasPixels(lock, {"REALLockPictureDescription with pictureGDIPlusBitmap failed.",
+                          "Bitmap is not a GDIPlusBitmap", "g is nil"})) {
         return false;
     }
     if (!LoadGdiPlus()) {
         TRV_LOG("Failed to load GDI Plus functions");
         return false;
     }
-    GdiPlusData data = AllocateGdiPlusData();
-    if (data == nullptr) {
+    GdiPlusBits bits(lock.Data());
+    if (!bits.HasBlock()) {
         TRV_LOG("Failed to create bitmapdata");
         return false;
     }
     TRV_LOG(GdiPlusPixelFormatName(GdiPlusPixelFormat(lock.Data())));
     const uint32_t mode = (reading ? kGdiPlusRead : 0U) | (writing ? kGdiPlusWrite : 0U);
-    if (!LockGdiPlusBits(lock.Data(),
-                         {{{mode, PixelFormat32bppPARGB, nullptr},
-                           {mode, PixelFormat32bppARGB, nullptr},
-                           {kGdiPlusRead | kGdiPlusWrite, PixelFormat32bppARGB, "Try ARGB read and write"}}},
-                         data.get())) {
+    if (!bits.Lock({{{mode, PixelFormat32bppPARGB, nullptr},
+                     {mode, PixelFormat32bppARGB, nullptr},
+                     {kGdiPlusRead | kGdiPlusWrite, PixelFormat32bppARGB, "Try ARGB read and write"}}})) {
         TRV_LOG("error");
         return false;
     }
     // The bits that are locked bound the size, whatever the description says.
-    Adopt(pic, lock,
-          {PixelKindGDIPlus, kWordSize, data->stride, static_cast<uint8_t*>(data->scan0),
-           std::min<int64_t>(lock.Width(), data->width), std::min<int64_t>(lock.Height(), data->height)});
-    bitmap = Description.pictureData;
-    bitmapData = data.release();
+    const GdiPlusBitmapData& data = bits.Data();
+    if (!Adopt(
+            pic, lock,
+            {PixelKindGDIPlus, kWordSize, data.stride, static_cast<uint8_t*>(data.scan0),
+             std::min<int64_t>(lock.Width(), data.width), std::min<int64_t>(lock.Height(), data.height)})) {
+        return false;
+    }
+    bitmap = lock.Data();
+    bitmapData = bits.Release();
     NeedGdipBitmapUnlock = true;
     return true;
 }
 
 bool PictureEditor::GetPictureEditorGDImagePtr(HostObject pic) {
     DescriptionLock lock(pic, pictureGDImagePtr);
-    if (!lock) {
-        TRV_LOG("REALLockPictureDescription with pictureGDImagePtr failed.");
+    if (!HasPixels(lock, {"REALLockPictureDescription with pictureGDImagePtr failed.", nullptr, nullptr}))
         return false;
-    }
     const auto* image = static_cast<const GdImage*>(lock.Data());
-    if (!lock.HasWantedType() || !HasTrueColorRows(image) || image->pixels != nullptr) return false;
+    if (!HasTrueColorRows(image) || image->pixels != nullptr) return false;
     // Rows and their table are as long as the image says; a description that claims more is not believed.
     const int64_t width = std::clamp<int64_t>(image->sx, 0, lock.Width());
     const int64_t height = std::clamp<int64_t>(image->sy, 0, lock.Height());
     uint8_t* firstRow = height > 0 ? reinterpret_cast<uint8_t*>(image->tpixels[0]) : nullptr;
-    Adopt(pic, lock, {PixelKindGDImage, kWordSize, width * kWordSize, firstRow, width, height});
+    if (!Adopt(pic, lock, {PixelKindGDImage, kWordSize, width * kWordSize, firstRow, width, height}))
+        return false;
     RowTable = image->tpixels;
     return true;
 }
 
 bool PictureEditor::GetPictureEditorWin32Bitmap(HostObject pic, Copies copies) {
     DescriptionLock lock(pic, pictureWin32Bitmap);
-    if (!lock) {
-        TRV_LOG("REALLockPictureDescription with pictureWin32Bitmap failed.");
-        return false;
-    }
-    if (!lock.HasWantedType()) {
-        TRV_LOG("picture type is not pictureWin32Bitmap.");
-        return false;
-    }
-    if (lock.Data() == nullptr) {
-        TRV_LOG("hBmp is nil");
+    if (!HasPixels(lock, {"REALLockPictureDescription with pictureWin32Bitmap failed.",
+                          "picture type is not pictureWin32Bitmap.", "hBmp is nil"})) {
         return false;
     }
     Win32Bitmap bmp{};
@@ -152,10 +147,9 @@ bool PictureEditor::GetPictureEditorWin32Bitmap(HostObject pic, Copies copies) {
     if (kind != PixelKindNone && bmp.bits == nullptr) return false;
     // A writer on another depth opens, and its stores have no effect.
     const int64_t pixelSize = kind == PixelKindNone ? 0 : bmp.bitsPerPixel / 8;
-    Adopt(pic, lock,
-          {kind, pixelSize, RaisedToMultiple(bmp.rowBytes, kWin32RowAlignment), bmp.bits, bmp.width,
-           bmp.height});
-    return true;
+    return Adopt(pic, lock,
+                 {kind, pixelSize, RaisedToMultiple(bmp.rowBytes, kWin32RowAlignment), bmp.bits, bmp.width,
+                  bmp.height});
 }
 
 bool PictureEditor::OpenCopyOfOtherDepth(HostObject pic, const DescriptionLock& lock, Copies copies) {

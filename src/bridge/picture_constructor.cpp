@@ -35,10 +35,11 @@ struct PicturePixels {
 };
 
 /// Fills the record of an image over `pic`. Width and height must be bounded by what the rows hold: a row
-/// reader looks at no size, and every loop trusts the record's.
-void UsePixels(PictureTRV& record, HostObject pic, bool useAlpha, const PicturePixels& pixels) {
+/// reader looks at no size, and every loop trusts the record's. False if the host cannot lock the picture,
+/// whose pixels could then go at any time.
+bool UsePixels(PictureTRV& record, HostObject pic, bool useAlpha, const PicturePixels& pixels) {
     AssignReference(record.Target, pic);
-    if (record.Target == nullptr) return;  // pixels that may go at any time
+    if (record.Target == nullptr) return false;
     const bool hasRoomForAlpha = pixels.bitsPerPixel == 32;
     const bool isTable = pixels.rowTable != nullptr;
     const int64_t storedFormat = !hasRoomForAlpha ? ImageFormatBGR
@@ -61,6 +62,7 @@ void UsePixels(PictureTRV& record, HostObject pic, bool useAlpha, const PictureP
     record.MapBuffer = nullptr;
     record.BufferOwned = 0;
     record.Valid = 1;
+    return true;
 }
 
 void ConstructOverDirect2D(PictureTRV& record, HostObject pic, bool useAlpha) {
@@ -93,28 +95,28 @@ bool ConstructOverGdiPlus(PictureTRV& record, HostObject pic, bool useAlpha) {
         TRV_LOG("LoadGDIPlus failed");
         return true;
     }
-    GdiPlusData data = AllocateGdiPlusData();
-    if (data == nullptr) {
+    GdiPlusBits bits(lock.Data());
+    if (!bits.HasBlock()) {
         TRV_LOG("bitmapData is nil");
         return true;
     }
-    if (!LockGdiPlusBits(lock.Data(),
-                         {{{kReadWrite, PixelFormat32bppPARGB, "lock PARGB"},
-                           {kReadWrite, PixelFormat32bppARGB, "lock ARGB"},
-                           {kGdiPlusRead, PixelFormat32bppARGB, "lock with ImageLockModeRead"}}},
-                         data.get())) {
+    if (!bits.Lock({{{kReadWrite, PixelFormat32bppPARGB, "lock PARGB"},
+                     {kReadWrite, PixelFormat32bppARGB, "lock ARGB"},
+                     {kGdiPlusRead, PixelFormat32bppARGB, "lock with ImageLockModeRead"}}})) {
         TRV_LOG("Lockbits failed");
         return false;
     }
     // The bits that are locked bound the size, whatever the description says.
-    UsePixels(record, pic, useAlpha,
-              {.width = std::min<int64_t>(lock.Width(), data->width),
-               .height = std::min<int64_t>(lock.Height(), data->height),
-               .rowSize = data->stride,
-               .rows = static_cast<uint8_t*>(data->scan0)});
-    record.BitmapLocked = 1;
-    record.BitmapHandle = lock.Data();
-    record.BitmapData = data.release();
+    const GdiPlusBitmapData& data = bits.Data();
+    if (UsePixels(record, pic, useAlpha,
+                  {.width = std::min<int64_t>(lock.Width(), data.width),
+                   .height = std::min<int64_t>(lock.Height(), data.height),
+                   .rowSize = data.stride,
+                   .rows = static_cast<uint8_t*>(data.scan0)})) {
+        record.BitmapLocked = 1;
+        record.BitmapHandle = lock.Data();
+        record.BitmapData = bits.Release();
+    }
     return true;
 }
 
@@ -126,13 +128,14 @@ void ConstructOverWin32(PictureTRV& record, HostObject pic, bool useAlpha) {
         return;
     // Other depths need a conversion, and a bitmap that belongs to a device has no pixels to point at.
     if ((bmp.bitsPerPixel != 32 && bmp.bitsPerPixel != 24) || bmp.bits == nullptr) return;
-    UsePixels(record, pic, useAlpha,
-              {.bitsPerPixel = bmp.bitsPerPixel,
-               .width = bmp.width,
-               .height = bmp.height,
-               .rowSize = bmp.rowBytes,
-               .rows = bmp.bits});
-    record.TotalSize = lock.Height() * bmp.rowBytes;
+    if (UsePixels(record, pic, useAlpha,
+                  {.bitsPerPixel = bmp.bitsPerPixel,
+                   .width = bmp.width,
+                   .height = bmp.height,
+                   .rowSize = bmp.rowBytes,
+                   .rows = bmp.bits})) {
+        record.TotalSize = lock.Height() * bmp.rowBytes;
+    }
 }
 
 /// Tries what a window system's picture can be, in the order of likelihood.

@@ -97,7 +97,8 @@ class PictureEditor {
         int64_t width;
         int64_t height;
     };
-    void Adopt(HostObject pic, DescriptionLock& lock, const Pixels& pixels);
+    /// Keeps the lock and the picture; false, with neither kept, if the host cannot lock objects.
+    bool Adopt(HostObject pic, DescriptionLock& lock, const Pixels& pixels);
     void Complain(const char* text);
 };
 

@@ -10,8 +10,7 @@
 
 namespace trv {
 
-// Properties
-// ---------------------------------------------------------------------------------------------------------
+// Properties ----------------------------------------------------------------------------------------------
 
 /// Size in pixels.
 [[nodiscard]] int64_t PictureWidth(HostObject pic);
@@ -45,8 +44,7 @@ enum PictureTypeCode : int32_t {
 [[nodiscard]] HostObject GraphicsPropertyOfPicture(HostObject pic);
 [[nodiscard]] HostObject GraphicsPropertyOfControl(HostObject control);
 
-// New pictures
-// -------------------------------------------------------------------------------------------------------
+// New pictures --------------------------------------------------------------------------------------------
 
 /// Whether both sides are 1 to 32767 pixels; says in the log which is not.
 [[nodiscard]] bool IsPictureSize(int64_t width, int64_t height);
@@ -63,8 +61,7 @@ enum PictureTypeCode : int32_t {
 /// A picture by the host's constructor with a depth in bits.
 [[nodiscard]] HostObject NewPictureWithDepth(int64_t width, int64_t height, int64_t depth);
 
-// Masks
-// --------------------------------------------------------------------------------------------------------------
+// Masks ---------------------------------------------------------------------------------------------------
 
 /// The picture's mask; one is made if there is none and `create` asks for it.
 [[nodiscard]] HostObject MyREALGetPictureMask(HostObject pic, bool create);

@@ -13,8 +13,7 @@
 
 namespace trv {
 
-// From a picture into an image
-// ---------------------------------------------------------------------------------------
+// From a picture into an image ----------------------------------------------------------------------------
 
 /// Where an image keeps its colours and alpha: byte offsets from the address of a pixel, and the bytes from
 /// one pixel to the next.
@@ -87,8 +86,7 @@ class ImportGrayRow {
     int64_t step_;
 };
 
-// From an image into a picture
-// ---------------------------------------------------------------------------------------
+// From an image into a picture ----------------------------------------------------------------------------
 
 /// Offsets of a family's channels from the address of a pixel, in the family's order, alpha last.
 using FamilyOffsets = std::array<int64_t, 5>;

@@ -15,8 +15,7 @@ constexpr int kColourShifts[] = {kRedShift, kGreenShift, kBlueShift};
 constexpr int64_t kBlockPixels = 512;
 constexpr int64_t kWordSize = 4;
 
-// Pictures as words
-// --------------------------------------------------------------------------------------------------
+// Pictures as words ---------------------------------------------------------------------------------------
 
 const uint8_t* WordsInPlace(const uint8_t* pixels, int64_t /*count*/, uint32_t* /*block*/) {
     return pixels;
@@ -34,8 +33,7 @@ const uint8_t* WhiteWords(const uint8_t* /*pixels*/, int64_t count, uint32_t* bl
     return reinterpret_cast<const uint8_t*>(block);
 }
 
-// The image's side of an import
-// --------------------------------------------------------------------------------------
+// The image's side of an import ---------------------------------------------------------------------------
 //
 // A cell is one pixel of an image: made from the pixel's address, its channels read and set at their places,
 // then written back. Places are byte offsets, or what the cell makes of them.
@@ -128,8 +126,7 @@ int64_t BlockFor(const uint8_t* image, int64_t imageBytes, const uint8_t* pictur
     return apart ? kBlockPixels : 1;
 }
 
-// The image's side of an export
-// --------------------------------------------------------------------------------------
+// The image's side of an export ---------------------------------------------------------------------------
 
 /// CMYK as red, green or blue: `ink` is the colour's complement.
 constexpr uint32_t InkToLight(uint32_t ink, uint32_t black) {

@@ -1,11 +1,12 @@
 #include <algorithm>
-#include <new>
+#include <iterator>
 
 #include "bridge/host_kind.h"
 #include "bridge/picture_duplicates.h"
 #include "bridge/picture_editor.h"
 #include "bridge/picture_helpers.h"
 #include "frame/debug_log.h"
+#include "frame/heap_objects.h"
 #include "frame/host_calls.h"
 #include "frame/references.h"
 
@@ -15,13 +16,6 @@ namespace {
 
 constexpr int64_t kDepth = 32;
 constexpr int32_t kRgbRows = 1;
-
-template <class Editor>
-std::unique_ptr<Editor> AllocateEditor(const char* failure) {
-    std::unique_ptr<Editor> editor(new (std::nothrow) Editor);
-    if (editor == nullptr) TRV_LOG(failure);
-    return editor;
-}
 
 /// Pixels of a buffer: bytes of a pixel, and where the colours stand in it.
 struct BufferLayout {
@@ -47,15 +41,18 @@ void CopyBuffer(PictureWriter& writer, const BufferLayout& layout, const uint8_t
 }  // namespace
 
 std::unique_ptr<PictureEditor> PictureEditor::Allocate() {
-    return AllocateEditor<PictureEditor>("Failed to allocate PictureEditor object.");
+    return std::unique_ptr<PictureEditor>(
+        NewObject<PictureEditor>("Failed to allocate PictureEditor object."));
 }
 
 std::unique_ptr<PictureReader> PictureReader::Allocate() {
-    return AllocateEditor<PictureReader>("Failed to allocate PictureReader object.");
+    return std::unique_ptr<PictureReader>(
+        NewObject<PictureReader>("Failed to allocate PictureReader object."));
 }
 
 std::unique_ptr<PictureWriter> PictureWriter::Allocate() {
-    return AllocateEditor<PictureWriter>("Failed to allocate PictureWriter object.");
+    return std::unique_ptr<PictureWriter>(
+        NewObject<PictureWriter>("Failed to allocate PictureWriter object."));
 }
 
 bool PictureWriter::NewPictureWriter(int64_t width, int64_t height) {

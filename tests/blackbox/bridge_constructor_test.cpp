@@ -150,8 +150,7 @@ TEST_P(OverPictureTest, APictureDrawnOverItself) {
     EXPECT_EQ(picture.Pixel(8, 1) & 0xFFFFFF, last);
 }
 
-// What cannot be wrapped
-// --------------------------------------------------------------------------------------------
+// What cannot be wrapped ----------------------------------------------------------------------------------
 
 class RefusedPictureTest : public PluginTest {
   protected:
@@ -229,6 +228,21 @@ TEST_F(RefusedPictureTest, AHostWithoutDescriptionLocks) {
     options.missingEntries = {"REALLockPictureDescription"};
     Load(options);
     ExpectRefused(TheHost().NewPicture(4, 3));
+}
+
+TEST_F(RefusedPictureTest, AHostThatCannotLockObjectsCouldTakeThePixelsAway) {
+    for (const HostKind kind : {HostKind::Console, HostKind::Desktop}) {
+        Options options = HostOf(kind, 2024.01);
+        options.missingEntries = {"REALLockObject"};
+        Load(options);
+        const Picture picture = TheHost().NewPicture(4, 3);
+        ExpectRefused(picture);
+        const Ref image = NewImage(4, 3, "ImageFormatRGB");
+        TheHost().Call(image, "DrawPictureRGB", picture);
+        TheHost().TakeException();
+        EXPECT_EQ(picture.References(), 1);
+        EXPECT_EQ(picture.DescriptionLocks(), 0);
+    }
 }
 
 TEST_F(RefusedPictureTest, AFailedConstructorDropsWhatTheObjectHad) {

@@ -262,8 +262,7 @@ TEST_P(ExportTest, EveryInkOnEveryBlack) {
     EXPECT_EQ(picture.Pixel(255, 100) & 0xFFFFFF, 0u);
 }
 
-// Single facts, with numbers of their own
-// --------------------------------------------------------------------------
+// Single facts, with numbers of their own -----------------------------------------------------------------
 
 class ExportFactTest : public PluginTest {
   protected:

@@ -273,8 +273,7 @@ TEST_P(ImportTest, StaysInsideViews) {
     picture.SetMask(Picture());
 }
 
-// Single facts, with numbers of their own
-// --------------------------------------------------------------------------
+// Single facts, with numbers of their own -----------------------------------------------------------------
 
 class ImportFactTest : public PluginTest {
   protected:
