@@ -154,7 +154,7 @@ TEST_P(ConvertSpanTest, NoPixelsAndNoRulesDoNothing) {
 
 INSTANTIATE_TEST_SUITE_P(InstructionSets, ConvertSpanTest,
                          testing::Values("plain", "baseline", "avx2", "avx512"),
-                         [](const auto& info) { return std::string(info.param); });
+                         [](const auto& instance) { return std::string(instance.param); });
 
 }  // namespace
 }  // namespace trv
