@@ -34,6 +34,7 @@ int Run(std::vector<std::string> arguments) {
     const auto help = std::make_shared<HelpText>();
     help->label("Positionals", "Arguments");
     program.formatter(help);
+    program.allow_windows_style_options(false);  // a path may begin with a slash
     program.set_help_flag("-h,--help", "Print this help");
     program.set_version_flag("--version", "trv " TRV_VERSION, "Print the version");
     program.footer(

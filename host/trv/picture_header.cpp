@@ -142,19 +142,24 @@ std::string Read(const std::filesystem::path& file) {
 
 }  // namespace
 
-std::optional<PictureSize> SizeByHeader(std::string_view file) {
+PictureHeader ReadHeader(std::string_view file) {
     const Bytes bytes(file);
-    if (bytes.Says("\x89PNG", 0)) return PngSize(bytes);
-    if (bytes.Says("\xFF\xD8", 0)) return JpegSize(bytes);
-    if (bytes.Says("GIF8", 0)) return GifSize(bytes);
-    if (bytes.Says("BM", 0)) return BmpSize(bytes);
-    if (bytes.Says("RIFF", 0) && bytes.Says("WEBP", 8)) return WebpSize(bytes);
-    return std::nullopt;
+    if (bytes.Says("\x89PNG", 0)) return {"png", PngSize(bytes)};
+    if (bytes.Says("\xFF\xD8", 0)) return {"jpg", JpegSize(bytes)};
+    if (bytes.Says("GIF8", 0)) return {"gif", GifSize(bytes)};
+    if (bytes.Says("BM", 0)) return {"bmp", BmpSize(bytes)};
+    if (bytes.Says("RIFF", 0) && bytes.Says("WEBP", 8)) return {"webp", WebpSize(bytes)};
+    using namespace std::string_view_literals;
+    if (bytes.Says("II*\0"sv, 0) || bytes.Says("MM\0*"sv, 0)) return {"tif", std::nullopt};
+    return {};
 }
 
 std::optional<PictureSize> CheckPictureFile(const std::filesystem::path& file) {
     try {
-        const std::optional<PictureSize> size = SizeByHeader(Read(file));
+        const auto [format, size] = ReadHeader(Read(file));
+        if (!KnownFormats().contains(std::string(format))) {
+            throw std::runtime_error("it is no picture of a kind that is known here: " + FormatList());
+        }
         if (size && (size->width < 1 || size->height < 1 || size->width > kMostPixels / size->height)) {
             throw std::runtime_error("it says that it has " + SizeText(*size) + " pixels");
         }

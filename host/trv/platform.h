@@ -24,13 +24,15 @@ bool ErrorIsTerminal();
 std::filesystem::path OwnFile();
 /// File name of the plug-in on this platform.
 std::filesystem::path PluginFileName();
-/// A kind of picture file that the host can write.
+/// A kind of picture file that the host can read and write.
 struct FileFormat {
     bool keepsAlpha = false;
     int64_t longestSide = 65535;  ///< in pixels
 };
 /// Those of this platform, by their extension.
-const std::map<std::string, FileFormat>& WritableFormats();
+const std::map<std::string, FileFormat>& KnownFormats();
+/// Their extensions with commas between them.
+std::string FormatList();
 /// Bytes of memory that the machine has; 0 if unknown.
 uint64_t PhysicalMemory();
 /// A number that no other running program has.

@@ -56,17 +56,10 @@ std::string CheckSize(const std::string& text) {
 // Formats
 // --------------------------------------------------------------------------------------------------------
 
-std::string FormatList() {
-    std::string list;
-    for (const auto& [format, keepsAlpha] : WritableFormats())
-        list += (list.empty() ? "" : ", ") + format;
-    return list;
-}
-
 /// Throws std::runtime_error for a name that ends in none of them.
 const FileFormat& FormatOf(const TargetFile& target, const std::string& name) {
-    const auto found = WritableFormats().find(target.Format());
-    if (found == WritableFormats().end()) {
+    const auto found = KnownFormats().find(target.Format());
+    if (found == KnownFormats().end()) {
         throw std::runtime_error("cannot write " + name + ": the name must end in one of " + FormatList());
     }
     return found->second;

@@ -14,8 +14,8 @@ Library::Library(const std::filesystem::path& file) {
     const std::filesystem::path fresh = FreshFile(file, isCopy);
     handle_ = dlopen(fresh.c_str(), RTLD_NOW | RTLD_LOCAL);
     const std::string reason = handle_ == nullptr ? dlerror() : "";
-    // A loaded copy needs no name. (Nor does who looks up lines of code: one test alone loads the file
-    // itself.)
+    // A loaded copy needs no name. Debuggers and sanitizers find lines of code in the file itself, which is
+    // what the first host of a process has loaded.
     std::error_code ignored;
     if (isCopy) std::filesystem::remove(fresh, ignored);
     if (handle_ == nullptr) throw std::runtime_error("cannot load " + FileText(file) + ": " + reason);

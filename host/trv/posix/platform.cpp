@@ -57,7 +57,7 @@ std::filesystem::path PluginFileName() {
     return "PictureTRV.so";
 }
 
-const std::map<std::string, FileFormat>& WritableFormats() {
+const std::map<std::string, FileFormat>& KnownFormats() {
     static const std::map<std::string, FileFormat> formats = {
         {"png", {.keepsAlpha = true}},
         {"webp", {.keepsAlpha = true, .longestSide = 16383}},

@@ -61,7 +61,7 @@ std::filesystem::path PluginFileName() {
     return "PictureTRV.dll";
 }
 
-const std::map<std::string, FileFormat>& WritableFormats() {
+const std::map<std::string, FileFormat>& KnownFormats() {
     static const std::map<std::string, FileFormat> formats = {
         {"png", {.keepsAlpha = true}},
         {"tif", {.keepsAlpha = true}},
