@@ -64,7 +64,7 @@ Decoded FromUtf16(std::string_view bytes) {
         const char32_t c = (*units)[i];
         const char32_t next = i + 1 < units->size() ? (*units)[i + 1] : 0;
         if (c >= 0xD800 && c < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
-            text += 0x10000 + ((c - 0xD800) << 10) + (next - 0xDC00);
+            text += static_cast<char32_t>(0x10000 + ((c - 0xD800) << 10) + (next - 0xDC00));
             ++i;
         } else {
             text += IsSurrogate(c) ? kReplacement : c;

@@ -13,13 +13,13 @@ namespace trvhost {
 std::filesystem::path FreshFile(const std::filesystem::path& file, bool& isCopy) {
     static std::set<std::filesystem::path> loaded;
     std::error_code error;
-    const std::filesystem::path canonical = std::filesystem::canonical(file, error);
+    std::filesystem::path canonical = std::filesystem::canonical(file, error);
     if (error) throw std::runtime_error("cannot load " + FileText(file) + ": " + error.message());
     isCopy = !loaded.insert(canonical).second;
     if (!isCopy) return canonical;
     static std::random_device random;
     const std::string name = "trvhost-" + std::to_string(random()) + "-" + std::to_string(random());
-    const std::filesystem::path copy =
+    std::filesystem::path copy =
         std::filesystem::temp_directory_path() / (name + canonical.extension().string());
     if (!std::filesystem::copy_file(canonical, copy, error)) {
         throw std::runtime_error("cannot copy " + FileText(file) + " to " + FileText(copy) + ": " +

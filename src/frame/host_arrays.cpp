@@ -261,10 +261,12 @@ void REALAppendArrayValue(HostObject array, ElementType<kind> value) {
 
 #define TRV_ENTRY(name, ...)
 #define TRV_SPECIAL_ENTRY(name, ...)
-#define TRV_ARRAY_ENTRIES(kind, type)                                                  \
-    template void REALGetArrayValue<ElementKind::k##kind>(HostObject, int64_t, type*); \
-    template void REALSetArrayValue<ElementKind::k##kind>(HostObject, int64_t, type);  \
-    template void REALAppendArrayValue<ElementKind::k##kind>(HostObject, type);
+#define TRV_ARRAY_ENTRIES(kind, type)                                                          \
+    template void REALGetArrayValue<ElementKind::k##kind>(HostObject, int64_t,                 \
+                                                          ElementType<ElementKind::k##kind>*); \
+    template void REALSetArrayValue<ElementKind::k##kind>(HostObject, int64_t,                 \
+                                                          ElementType<ElementKind::k##kind>);  \
+    template void REALAppendArrayValue<ElementKind::k##kind>(HostObject, ElementType<ElementKind::k##kind>);
 #include "frame/host_entries.inc"
 #undef TRV_ENTRY
 #undef TRV_SPECIAL_ENTRY

@@ -156,29 +156,29 @@ intptr_t CreateMapping(intptr_t file, int64_t bytes) {
     return handle;
 }
 
-bool CloseMapping(intptr_t handle) {
+bool CloseMapping(intptr_t mapping) {
     const std::lock_guard lock(mutex);
-    auto* link = FindLink(mappings, [&](const Mapping& mapping) { return mapping.handle == handle; });
+    auto* link = FindLink(mappings, [&](const Mapping& candidate) { return candidate.handle == mapping; });
     return RemoveNode(link) || Fail(EBADF);
 }
 
-void* MapView(intptr_t handle, int64_t offset, int64_t bytes) {
+void* MapView(intptr_t mapping, int64_t offset, int64_t bytes) {
     errno = EINVAL;
     if (offset < 0 || offset % kViewAlignment != 0 || bytes < 1) return nullptr;
     const std::lock_guard lock(mutex);
-    const auto* mapping =
-        FindLink(mappings, [&](const Mapping& candidate) { return candidate.handle == handle; })->get();
-    if (mapping == nullptr || offset > mapping->bytes || bytes > mapping->bytes - offset) return nullptr;
+    const auto* found =
+        FindLink(mappings, [&](const Mapping& candidate) { return candidate.handle == mapping; })->get();
+    if (found == nullptr || offset > found->bytes || bytes > found->bytes - offset) return nullptr;
     // Somebody else may have cut the file meanwhile.
     struct stat description {};
-    if (!Describe(mapping->descriptor.Get(), description)) return nullptr;
+    if (!Describe(found->descriptor.Get(), description)) return nullptr;
     errno = EINVAL;
     if (bytes > description.st_size - offset) return nullptr;
     std::unique_ptr<View> view(new (std::nothrow)
                                    View{nullptr, nullptr, description.st_dev, description.st_ino});
     if (view == nullptr) return nullptr;
     void* base = mmap(nullptr, static_cast<size_t>(bytes), PROT_READ | PROT_WRITE, MAP_SHARED,
-                      mapping->descriptor.Get(), offset);
+                      found->descriptor.Get(), offset);
     if (base == MAP_FAILED) return nullptr;
     view->base = base;
     PushFront(views, std::move(view));

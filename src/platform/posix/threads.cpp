@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <ctime>
-#include <limits.h>
 #include <mutex>
 #include <new>
 #include <pthread.h>
