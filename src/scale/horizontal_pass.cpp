@@ -32,7 +32,7 @@ class HorizontalBlock {
           pixelSize_(task_.source.PixelSize),
           sampleBytes_(task_.family.wide ? 2 : 1),
           window_(kWindowBytes),
-          open_(kFewestLists * kMostLanes),
+          open_(kListsApart * kMostLanes),
           lines_(kLineBytes * pass.spanCount_),
           stage_(kStageBytes * kGroupLanes),
           tile_(kLists * kMostLanes * sampleBytes_),
@@ -58,17 +58,17 @@ class HorizontalBlock {
             rowsHeld_[r] = held_ && r < rows ? FetchRow(task_.source, y + r) : nullptr;
         }
         const TapTable<T>& table = pass_.tables_.For<T>();
-        const int64_t positions = kWindowBytes / (lanes_ * int64_t{sizeof(T)});
         for (int64_t begin = 0; begin < table.Count();) {
-            const ListGroup group = NextGroup(table, begin, table.Count(), kLists, positions);
-            DoGroup<T>(group, positions);
+            const ListGroup group =
+                NextGroup(table, begin, table.Count(), kLists, lanes_ * int64_t{sizeof(T)});
+            DoGroup<T>(group);
             begin = group.end;
         }
     }
 
   private:
     template <class T>
-    void DoGroup(const ListGroup& group, int64_t positions) {
+    void DoGroup(const ListGroup& group) {
         for (int64_t i = 0; i < group.Lists(); ++i)
             out_[i] = tile_.Get() + i * lanes_ * sampleBytes_;
         AccumulateJob<T> job{};
@@ -79,7 +79,7 @@ class HorizontalBlock {
         job.open = reinterpret_cast<T*>(open_.Get());
         job.out = out_;
         job.doubts = doubts_.Get();
-        ForEachWindow(group, positions, [&](int64_t first, int64_t end) {
+        ForEachWindow(group, lanes_ * int64_t{sizeof(T)}, [&](int64_t first, int64_t end) {
             LoadWindow<T>(first, end);
             job.firstPosition = first;
             job.endPosition = end;

@@ -12,10 +12,15 @@
 
 namespace trv {
 
-/// Bytes of a window; it holds as many positions as fit for the lanes and the type at hand.
+/// Bytes of a window, in the cache behind the first: as many positions as fit are worked on together.
 inline constexpr int64_t kWindowBytes = 128 * 1024;
-/// A group has at least this many lists, even where they span more than one window.
+/// Bytes of a window where even one group of lists needs several. Such lists are long and walk over the whole
+/// window, so it should stay in the first cache.
+inline constexpr int64_t kNearWindowBytes = 24 * 1024;
+/// Lists that one window must hold for it to be worth while; a group that needs several windows has up to
+/// kListsApart.
 inline constexpr int64_t kFewestLists = 16;
+inline constexpr int64_t kListsApart = 64;
 
 /// A zeroed block of T from the system, aligned for vectors.
 template <class T>
@@ -66,25 +71,30 @@ struct ListGroup {
     [[nodiscard]] int64_t Positions() const { return endPosition - firstPosition; }
 };
 
-/// The group that starts with list `begin`, below `end`: at most `most` lists, whose taps fit into
-/// `positions` positions unless the group would be too small for it to be worth it.
+/// The group that starts with list `begin`, below `end`: at most `most` lists, as many as have their taps in
+/// one window together, or more than that where it would be too few.
 template <class T>
 [[nodiscard]] ListGroup NextGroup(const TapTable<T>& table, int64_t begin, int64_t end, int64_t most,
-                                  int64_t positions) {
+                                  int64_t positionBytes) {
     const TapList<T>* lists = table.Lists();
     ListGroup group{begin, begin, lists[begin].first, 0};
-    const auto endOf = [&](int64_t i) { return lists[i].first + lists[i].count; };
+    bool together = true;
     while (group.end < end && group.Lists() < most) {
-        const bool fits = endOf(group.end) - group.firstPosition <= positions;
-        if (!fits && group.Lists() >= kFewestLists) break;
-        group.endPosition = endOf(group.end++);
+        const int64_t endPosition = lists[group.end].first + lists[group.end].count;
+        const bool fits = (endPosition - group.firstPosition) * positionBytes <= kWindowBytes;
+        if (!fits && group.Lists() >= (together ? kFewestLists : kListsApart)) break;
+        together = together && fits;
+        group.endPosition = endPosition;
+        ++group.end;
     }
     return group;
 }
 
-/// Calls `work(first, end)` with each window's stretch of the group's positions.
+/// Calls `work(first, end)` with each window's stretch of the group's positions, of `positionBytes` each.
 template <class Work>
-void ForEachWindow(const ListGroup& group, int64_t positions, Work&& work) {
+void ForEachWindow(const ListGroup& group, int64_t positionBytes, Work&& work) {
+    const bool together = group.Positions() * positionBytes <= kWindowBytes;
+    const int64_t positions = together ? group.Positions() : kNearWindowBytes / positionBytes;
     for (int64_t first = group.firstPosition; first < group.endPosition; first += positions) {
         work(first, std::min(first + positions, group.endPosition));
     }

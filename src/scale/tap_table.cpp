@@ -16,6 +16,10 @@ constexpr double kMostMargin = 1.0 / 32.0;
 /// Most steps of a lattice between 0 and 1.
 constexpr double kMostLattice = 65536.0;
 
+/// Taps of a list per piece that it is summed up in, at the least: pieces end after kPieceTaps taps and at
+/// the borders of windows, which have 24 positions or more.
+constexpr double kShortestPiece = 16.0;
+
 /// Half a unit in the last place of a number just below 1: the relative error of one operation.
 template <class T>
 constexpr double kRounding = std::numeric_limits<T>::epsilon() / 2.0;
@@ -63,7 +67,7 @@ double MarginOf(const ContributionList& list, const Gain& gain, SampleRange rang
     const double taps = static_cast<double>(list.count);
     const double once = most * gain.absolute;
     const double kernels = once * (range.luma ? 6.0 : 2.0) + most * gain.partial +
-                           (taps / 32.0 + 3.0) * (1.5 + most * gain.largest);
+                           (taps / kShortestPiece + 4.0) * (1.5 + most * gain.largest);
     const double exact = (taps + 8.0) * (once + 1.0);
     return 1.01 * (kRounding<T> * (kernels + 2.0) + kRounding<double> * exact);
 }

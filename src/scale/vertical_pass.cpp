@@ -18,11 +18,11 @@ constexpr int64_t kMostGroups = kMostLanes / kGroupLanes;
 
 /// The most positions that a group of the table's lists can cover.
 template <class T>
-int64_t MostPositions(const TapTable<T>& table, int64_t positions) {
+int64_t MostPositions(const TapTable<T>& table, int64_t inWindow) {
     const TapList<T>* lists = table.Lists();
-    int64_t most = positions;
+    int64_t most = inWindow;
     for (int64_t i = 0; i < table.Count(); ++i) {
-        const TapList<T>& last = lists[std::min(i + kFewestLists, table.Count()) - 1];
+        const TapList<T>& last = lists[std::min(i + kLists, table.Count()) - 1];
         most = std::max(most, last.first + last.count - lists[i].first);
     }
     return most;
@@ -45,12 +45,12 @@ class VerticalStrips {
           holdsTargets_(task_.destination.IsMapping == 0),
           strips_(copies_ ? kStripsOfMapped : 1),
           window_(kWindowBytes),
-          open_(strips_ * kFewestLists * kMostLanes),
+          open_(strips_ * kLists * kMostLanes),
           results_(strips_ * kLists * stripBytes_ + kGroupLanes),
           strip_(stripPixels_ * tempPixel_ + 2 * kGroupLanes),
-          copied_(copies_ ? PieceBytes() * Positions<float>() : 1),
-          rows_(std::max({MostPositions(pass.tables_.For<float>(), Positions<float>()),
-                          MostPositions(pass.tables_.For<double>(), Positions<double>())})),
+          copied_(copies_ ? PieceBytes() * PositionsInWindow<float>() : 1),
+          rows_(std::max({MostPositions(pass.tables_.For<float>(), PositionsInWindow<float>()),
+                          MostPositions(pass.tables_.For<double>(), PositionsInWindow<double>())})),
           doubts_(kLists * kMostGroups + 1) {}
 
     [[nodiscard]] bool Ok() const {
@@ -63,7 +63,7 @@ class VerticalStrips {
     template <class T>
     int64_t Do(int64_t y, int64_t end) {
         const int64_t most = std::min(kLists, RowsInReach(task_.destination));
-        group_ = NextGroup(pass_.tables_.For<T>(), y, end, most, Positions<T>());
+        group_ = NextGroup(pass_.tables_.For<T>(), y, end, most, PositionBytes<T>());
         for (int64_t i = 0; i < group_.Lists(); ++i) {
             targets_[i] = holdsTargets_ ? FetchInside(task_.destination, y + i) : nullptr;
         }
@@ -85,9 +85,14 @@ class VerticalStrips {
         int64_t lanes;
     };
 
+    /// Bytes of a full strip's position in the window.
     template <class T>
-    [[nodiscard]] int64_t Positions() const {
-        return kWindowBytes / (stripPixels_ * pass_.usedCount_ * int64_t{sizeof(T)});
+    [[nodiscard]] int64_t PositionBytes() const {
+        return stripPixels_ * pass_.usedCount_ * int64_t{sizeof(T)};
+    }
+    template <class T>
+    [[nodiscard]] int64_t PositionsInWindow() const {
+        return kWindowBytes / PositionBytes<T>();
     }
     [[nodiscard]] int64_t PieceBytes() const { return strips_ * stripPixels_ * tempPixel_; }
     [[nodiscard]] bool IsDirect(const Strip& strip) const {
@@ -106,7 +111,7 @@ class VerticalStrips {
     /// The strips of a piece, window by window, so that rows of a mapped temp are asked for once per window.
     template <class T>
     void DoPiece(int64_t x) {
-        ForEachWindow(group_, Positions<T>(), [&](int64_t first, int64_t end) {
+        ForEachWindow(group_, PositionBytes<T>(), [&](int64_t first, int64_t end) {
             if (copies_) CopyRows(first, end, x);
             ForEachStrip(x, [&](const Strip& strip) { DoStrip<T>(strip, first, end); });
         });
@@ -150,7 +155,7 @@ class VerticalStrips {
         job.lanes = strip.lanes;
         job.lists = pass_.tables_.For<T>().Lists() + group_.begin;
         job.listCount = group_.Lists();
-        job.open = reinterpret_cast<T*>(open_.Get()) + strip.index * kFewestLists * kMostLanes;
+        job.open = reinterpret_cast<T*>(open_.Get()) + strip.index * kLists * kMostLanes;
         job.out = out_;
         job.doubts = doubts_.Get();
         Accumulate(job);
