@@ -11,11 +11,17 @@
 
 namespace trvhost::program {
 
-/// The size by the header of a PNG, JPEG, GIF, BMP or WebP file; none for any other file. Throws
-/// std::runtime_error when the header leads nowhere, and when a JPEG, GIF or WebP file ends too early:
-/// decoders make a picture of those all the same. The sides of a hostile file can be anything, but none is
-/// negative.
-std::optional<PictureSize> SizeByHeader(std::string_view file);
+/// What a header tells: the kind of picture file by its usual extension, empty for an unknown one, and the
+/// size where it is told in a way that is known here.
+struct PictureHeader {
+    std::string_view format;
+    std::optional<PictureSize> size;
+};
+
+/// Reads the header of a PNG, JPEG, GIF, BMP, WebP or TIFF file. Throws std::runtime_error when the header
+/// leads nowhere, and when a JPEG, GIF or WebP file ends too early: decoders make a picture of those all the
+/// same. The sides of a hostile file can be anything, but none is negative.
+PictureHeader ReadHeader(std::string_view file);
 
 /// Refuses what should not be loaded: what is no ordinary file, cannot be read, is empty, too large or cut
 /// off, or says that it has more than kMostPixels pixels or none. Throws std::runtime_error with a one-line
