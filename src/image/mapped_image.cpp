@@ -210,7 +210,7 @@ void SetMappingBlockSize(HostObject me, int64_t /*parameter*/, int64_t size) {
     TRV_LOG("SetMemBlockSize", size);
     if (record.ViewMapped != 0) Unmap(record);
     SetMemBlockSize(record, size);
-    static_cast<void>(FetchRow(record, 0));
+    if (record.IsMapping != 0) static_cast<void>(FetchRow(record, 0));
 }
 
 Boolean rbMapInRows(HostObject me, int64_t firstRow, int64_t lastRow) {
