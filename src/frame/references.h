@@ -1,7 +1,8 @@
 #pragma once
 
-// Counted references to the host's things, released when their holder ends. A host that cannot lock objects
-// is never asked to unlock any: what is not held here must not be let go either.
+// Counted references to the host's things, released when their holder ends. From a host that cannot lock
+// objects nothing is shared, so that nothing is let go that was never held; what comes as a result is owned
+// all the same.
 
 #include <utility>
 
@@ -18,7 +19,7 @@ namespace trv {
 
 /// Releases a reference.
 inline void ReleaseObject(HostObject object) {
-    if (object != nullptr && host::REALLockObject.Available()) host::REALUnlockObject(object);
+    if (object != nullptr) host::REALUnlockObject(object);
 }
 
 /// Holds one reference to an object of the host's, or nil.
