@@ -61,7 +61,7 @@ TEST_F(BridgeLogTest, ADrawingFromBeginningToEnd) {
 }
 
 TEST_F(BridgeLogTest, DesktopHostsTryDirect2DThenTheWindowSystemThenACopy) {
-    Load(HostOf(HostKind::Desktop, 2024.01));
+    Load(HostOf(HostKind::Desktop, 2024.01, PictureStorage::Packed32));
     const Picture gd = TheHost().NewPicture(4, 3, PictureStorage::GdTrueColor);
     EXPECT_THAT(StepsOfDrawing(gd, true), ElementsAre("mutable", "Direct2D", "Win32", "clone"));
     const Picture gdWithAlpha = TheHost().NewPicture(4, 3, PictureStorage::GdTrueColor, true);
@@ -87,7 +87,7 @@ TEST_F(BridgeLogTest, ConsoleHostsTryGdAlone) {
 }
 
 TEST_F(BridgeLogTest, HostsOfNoKnownKindTryEverything) {
-    Load(HostOf(HostKind::Unknown, 2024.01));
+    Load(HostOf(HostKind::Unknown, 2024.01, PictureStorage::Packed32));
     const Picture vector = TheHost().NewPicture(4, 3, PictureStorage::Vector);
     EXPECT_THAT(StepsOfDrawing(vector, true), ElementsAre("Direct2D", "Win32", "gd", "clone"));
 }
@@ -95,7 +95,7 @@ TEST_F(BridgeLogTest, HostsOfNoKnownKindTryEverything) {
 TEST_F(BridgeLogTest, Direct2DIsForHostsAbove2016Point03) {
     for (const auto& [version, hasDirect2D] :
          {std::pair{2016.0, false}, {2016.03, false}, {2016.031, true}}) {
-        Load(HostOf(HostKind::Desktop, version));
+        Load(HostOf(HostKind::Desktop, version, PictureStorage::Packed32));
         const Picture packed = TheHost().NewPicture(4, 3, PictureStorage::Packed32);
         EXPECT_EQ(StepsOfDrawing(packed, hasDirect2D).size(), hasDirect2D ? 1U : 5U) << version;
     }

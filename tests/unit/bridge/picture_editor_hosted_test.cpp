@@ -72,7 +72,7 @@ TEST_F(PictureEditorTest, AGdPicture) {
 
 TEST_F(PictureEditorTest, ADirect2DPicture) {
     Load(HostOf(HostKind::Desktop, 2024.01));
-    const Picture picture = NewPicture(5, 4);
+    const Picture picture = NewPicture(5, 4, PictureStorage::Packed32);
     PictureReader reader;
     ASSERT_TRUE(reader.GetPictureReader(ObjectOf(picture)));
     EXPECT_EQ(reader.PixelKind, 17U);
