@@ -89,16 +89,18 @@ void RaiseOutOfMemory(const char* format, int64_t bytes) {
 void RaiseRangeError(int64_t value, int64_t low, int64_t high, const char* parameter, const char* method) {
     if (parameter == nullptr) parameter = "?";
     if (method == nullptr) method = "";
+    // A view can be as low as numbers go.
+    const int64_t last = high == INT64_MIN ? high : high - 1;
     const size_t bytes = std::strlen(parameter) + std::strlen(method) + 200;
     const TextBuffer text = NewTextBuffer(bytes);
     if (text == nullptr) {
         RaiseOutOfBoundsException("Out of Bounds");
         return;
     }
-    std::snprintf(
-        text.get(), bytes, "The parameter %s %s%s is too %s. Range is %lld to %lld, but value is %lld.",
-        parameter, *method != 0 ? "to method " : "", method, value >= low ? "big" : "small",
-        static_cast<long long>(low), static_cast<long long>(high - 1), static_cast<long long>(value));
+    std::snprintf(text.get(), bytes,
+                  "The parameter %s %s%s is too %s. Range is %lld to %lld, but value is %lld.", parameter,
+                  *method != 0 ? "to method " : "", method, value >= low ? "big" : "small",
+                  static_cast<long long>(low), static_cast<long long>(last), static_cast<long long>(value));
     RaiseOutOfBoundsException(text.get());
 }
 
