@@ -33,12 +33,12 @@ class WorkBlock {
 
     [[nodiscard]] bool Ok() const { return block_ != nullptr; }
     [[nodiscard]] T* Get() const {
-        return reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(block_) + kAlignment - 1) &
-                                    ~(kAlignment - 1));
+        constexpr auto kRest = static_cast<uintptr_t>(kAlignment - 1);
+        return reinterpret_cast<T*>((reinterpret_cast<uintptr_t>(block_) + kRest) & ~kRest);
     }
 
   private:
-    static constexpr uintptr_t kAlignment = 64;
+    static constexpr int64_t kAlignment = 64;
     void* block_;
 };
 
