@@ -54,7 +54,7 @@ class BridgeLogTest : public PluginTest {
 TEST_F(BridgeLogTest, ADrawingFromBeginningToEnd) {
     Load(HostOf(HostKind::Desktop, 2024.01));
     bool drew = false;
-    EXPECT_THAT(LinesOfDrawing(TheHost().NewPicture(4, 3), drew),
+    EXPECT_THAT(LinesOfDrawing(TheHost().NewPicture(4, 3, PictureStorage::Packed32), drew),
                 ElementsAre("StartImage ok", kClosed, "Mutable Image, ok",
                             "y too big: 3 of 3 in PictureEditor::GetRow", kClosed));
     EXPECT_TRUE(drew);

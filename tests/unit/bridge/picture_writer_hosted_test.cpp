@@ -246,7 +246,7 @@ TEST_F(BitmapPictureTest, ABitmapIsItself) {
 }
 
 TEST_F(BitmapPictureTest, AnythingElseIsCopied) {
-    Load(HostOf(HostKind::Desktop, 2024.01));
+    Load(HostOf(HostKind::Desktop, 2024.01, PictureStorage::Packed32));
     for (const int32_t code : {0, 1}) {
         const Picture picture = NewPicture(4, 3);
         test::FillWithNumbers(picture);
