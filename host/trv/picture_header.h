@@ -24,8 +24,9 @@ struct PictureHeader {
 PictureHeader ReadHeader(std::string_view file);
 
 /// Refuses what should not be loaded: what is no ordinary file, cannot be read, is empty, too large or cut
-/// off, or says that it has more than kMostPixels pixels or none. Throws std::runtime_error with a one-line
-/// text that names file and reason. Gives the size where the header tells it.
+/// off, no picture of a kind that the host knows on this platform, or says that it has more than kMostPixels
+/// pixels or none. Throws std::runtime_error with a one-line text that names file and reason. Gives the size
+/// where the header tells it.
 std::optional<PictureSize> CheckPictureFile(const std::filesystem::path& file);
 
 /// The most pixels of a picture that is loaded, and the most bytes of its file.
