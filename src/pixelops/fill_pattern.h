@@ -29,6 +29,7 @@ class FillPattern {
 
     void Prepare();
     void FillBlocks(uint8_t* bytes, int64_t length) const;
+    void FillBetween(uint8_t* bytes, int64_t length) const;
     void FillSingly(uint8_t* pixel, int64_t count) const;
 
     static constexpr int64_t kPixelsPerBlock = 64;
