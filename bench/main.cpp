@@ -122,15 +122,13 @@ void PrintHead() {
                 OpenCvVersion().c_str(), VipsVersion().c_str(), ZimgVersion().c_str(),
                 PillowVersion().c_str());
     std::printf(
-        "memcpy copies the larger image. (x) behind memcpy: how many times as long the plug-in takes. (x) "
-        "behind a\n"
-        "library: its time divided by the plug-in's, so above 1 the plug-in is faster.\n"
-        "Not the same filter: OpenCV reduces by INTER_AREA and enlarges by INTER_LANCZOS4 (4 lobes) or "
-        "INTER_LINEAR;\n"
-        "libvips reduces by whole factors first and enlarges by bicubic or bilinear interpolation. zimg is "
-        "planar:\n"
-        "splitting and merging of the channels is counted. Filling and copying by OpenCV: setTo and "
-        "clone.\n\n");
+        "memcpy copies the larger image. (x) behind memcpy: how many times as long the plug-in takes.\n"
+        "(x) behind a library: its time divided by the plug-in's, so above 1 the plug-in is faster.\n"
+        "Not the same filter: OpenCV reduces by INTER_AREA and enlarges by INTER_LANCZOS4 (4 lobes)\n"
+        "or INTER_LINEAR; libvips enlarges by bicubic or bilinear interpolation. Pillow takes alpha as\n"
+        "a fourth colour, as the others do. zimg is planar: splitting and merging of the channels is\n"
+        "counted. Filling and copying by OpenCV: setTo and clone.\n\n");
+    std::fflush(stdout);
 }
 
 }  // namespace

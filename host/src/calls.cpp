@@ -8,6 +8,7 @@
 
 #include "arrays.h"
 #include "entry.h"
+#include "text_case.h"
 #include "wire_call.h"
 
 namespace trvhost {
@@ -16,14 +17,6 @@ namespace {
 
 [[noreturn]] void Refuse(const ClassInfo& info, std::string_view member, const std::string& reason) {
     throw std::invalid_argument(info.name + "." + std::string(member) + ": " + reason);
-}
-
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    for (char& c : lower) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return lower;
 }
 
 void* FunctionOf(const Member& member, bool setter) {

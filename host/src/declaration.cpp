@@ -5,6 +5,8 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "text_case.h"
+
 namespace trvhost {
 
 namespace {
@@ -15,13 +17,6 @@ std::string_view Trim(std::string_view text) {
     while (!text.empty() && text.back() == ' ')
         text.remove_suffix(1);
     return text;
-}
-
-std::string LowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
-    return lower;
 }
 
 /// Position of a blank-separated word in any case, or npos.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "text_case.h"
 #include "trvhost/boundary.h"
 
 namespace trvhost {
@@ -179,10 +180,8 @@ int UnitSize(uint32_t encoding) {
 }
 
 std::optional<uint32_t> EncodingByName(std::string_view name) {
-    std::string plain;
-    for (const char c : name) {
-        if (c != '-' && c != '_') plain += static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
-    }
+    std::string plain = LowerCase(name);
+    std::erase_if(plain, [](char c) { return c == '-' || c == '_'; });
     if (plain == "utf8") return kEncodingUtf8;
     if (plain == "utf16" || plain == "utf16le") return kEncodingUtf16;
     if (plain == "utf32" || plain == "utf32le") return kEncodingUtf32;

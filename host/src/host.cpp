@@ -184,13 +184,6 @@ const MethodDefinition* FindOnly(const Core& core, const ClassInfo& info, std::s
     throw std::invalid_argument(info.name + " has several members " + std::string(nameOrDeclaration));
 }
 
-const PropertyDefinition* FindNamed(const PropertyDefinition* rows, int64_t count, std::string_view name) {
-    for (int64_t i = 0; rows != nullptr && i < count; ++i) {
-        if (rows[i].name != nullptr && name == rows[i].name) return &rows[i];
-    }
-    return nullptr;
-}
-
 /// The number behind "=" of a constant's declaration, decimal or "&h…".
 int64_t ConstantValue(std::string_view declaration) {
     const size_t equals = declaration.find('=');
@@ -222,12 +215,12 @@ const MethodDefinition* Host::FindSharedMethod(std::string_view className,
 
 const PropertyDefinition* Host::FindProperty(std::string_view className, std::string_view name) const {
     const ClassDefinition& definition = Class(className);
-    return FindNamed(definition.properties, definition.propertyCount, name);
+    return FindInTable(definition.properties, definition.propertyCount, name);
 }
 
 const PropertyDefinition* Host::FindSharedProperty(std::string_view className, std::string_view name) const {
     const ClassDefinition& definition = Class(className);
-    return FindNamed(definition.sharedProperties, definition.sharedPropertyCount, name);
+    return FindInTable(definition.sharedProperties, definition.sharedPropertyCount, name);
 }
 
 int64_t Host::Constant(std::string_view className, std::string_view name) const {

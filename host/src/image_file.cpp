@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include "text_case.h"
+
 namespace trvhost {
 
 bool LoadedImage::IsOpaque() const {
@@ -69,10 +71,7 @@ std::string FileText(const std::filesystem::path& file) {
 std::string FileFormat(const std::filesystem::path& file) {
     std::string extension = FileText(file.extension());
     if (!extension.empty()) extension.erase(0, 1);
-    for (char& c : extension) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return extension;
+    return LowerCase(extension);
 }
 
 void FailFile(const char* what, const std::filesystem::path& file, const std::string& reason) {

@@ -145,14 +145,14 @@ const HostProperty* FindOwn(const Core& core, const ClassInfo& info, std::string
     return nullptr;
 }
 
+}  // namespace
+
 const PropertyDefinition* FindInTable(const PropertyDefinition* rows, int64_t count, std::string_view name) {
     for (int64_t i = 0; rows != nullptr && i < count; ++i) {
         if (rows[i].name != nullptr && name == rows[i].name) return &rows[i];
     }
     return nullptr;
 }
-
-}  // namespace
 
 std::optional<PropertyRef> PropertyRef::Find(Core& core, Thing& thing, std::string_view name) {
     for (const ClassInfo* info = thing.classInfo; info != nullptr; info = info->super) {

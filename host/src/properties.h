@@ -9,6 +9,9 @@
 
 namespace trvhost {
 
+/// The row of this name in a table of properties, or null.
+const PropertyDefinition* FindInTable(const PropertyDefinition* rows, int64_t count, std::string_view name);
+
 /// A property of an object, wherever it is defined. Valid while its object's class is registered.
 class PropertyRef {
   public:

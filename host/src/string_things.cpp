@@ -6,6 +6,7 @@
 
 #include "encodings.h"
 #include "entry.h"
+#include "text_case.h"
 
 namespace trvhost {
 
@@ -145,16 +146,9 @@ std::string TextOf(Core& core, Handle text) {
     return thing == nullptr ? std::string() : thing->utf8;
 }
 
-std::string FoldCase(std::string text) {
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
-}
-
 int32_t CompareText(Core& core, Handle left, Handle right, int32_t options, Handle /*locale*/) {
     const std::string a = TextOf(core, left), b = TextOf(core, right);
-    return Sign(options == 0 ? FoldCase(a).compare(FoldCase(b)) : a.compare(b));
+    return Sign(options == 0 ? LowerCase(a).compare(LowerCase(b)) : a.compare(b));
 }
 
 Handle ConcatenateText(Core& core, Handle left, Handle right) {

@@ -27,8 +27,8 @@ using TextUnit = std::conditional_t<form == TextForm::Utf32, char32_t,
 /// skipped in UTF-16 and UTF-32. One thread at a time.
 class rbText {
     static constexpr uint64_t kCheckWord = 0x7478745462725F5F;
-    volatile uint64_t check1_ =
-        kCheckWord;  // first and last, so that a stray write from either side meets one
+    // One at each end of the record, so that a stray write from either side meets it.
+    volatile uint64_t check1_ = kCheckWord;
 
   public:
     /// Takes a reference of its own on the string. Nil is an empty ASCII text.

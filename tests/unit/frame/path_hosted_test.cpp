@@ -9,6 +9,7 @@
 #include "frame/heap_objects.h"
 #include "frame/path.h"
 #include "platform/file_mapping.h"
+#include "platform/long_path.h"
 #include "unit/failing_memory.h"
 #include "unit/frame/log_capture.h"
 #include "unit/hosted_test.h"
@@ -183,9 +184,17 @@ TEST_F(Paths, LongPaths) {
     ASSERT_TRUE(fs::create_directories(marked) || fs::is_directory(marked));
     const trvhost::FolderItem item = TheHost().NewFolderItem(folder / "file");
     Path path(ObjectOf(item));
-    const intptr_t handle = CreateFileLongPath(path);
-    ASSERT_NE(handle, kNoHandle);
-    EXPECT_TRUE(CloseFile(handle));
+    const std::u16string units = path.UnixFilePathUTF16();
+    const std::string utf8 = path.UnixFilePathUTF8();
+    {
+        const LogCapture log;
+        const intptr_t handle = CreateFileLongPath(path);
+        ASSERT_NE(handle, kNoHandle);
+        EXPECT_TRUE(CloseFile(handle));
+        EXPECT_EQ(log.Lines(), SystemMarksLongPaths() ? (Lines{"pathlen " + std::to_string(units.size()),
+                                                               "prefix 4", "newpath " + utf8})
+                                                      : Lines{});
+    }
     std::FILE* const out = OpenStreamLongPath(ObjectOf(item), "wb", 0);
     ASSERT_NE(out, nullptr);
     EXPECT_GE(std::fputs("text", out), 0);
@@ -195,7 +204,7 @@ TEST_F(Paths, LongPaths) {
     char read[8] = {};
     EXPECT_EQ(std::fread(read, 1, sizeof read, in), 4U);
     EXPECT_EQ(std::fclose(in), 0);
-    EXPECT_TRUE(RemoveFile(path.UnixFilePathUTF8()));
+    EXPECT_TRUE(RemoveFile(utf8.c_str()));
     if (refused) fs::remove_all(fs::path("\\\\?\\" + Utf8Of(folder_.Path())));
 }
 
