@@ -95,6 +95,12 @@ bool IsValid(const PictureTRV* image) {
     return false;
 }
 
+bool HasByteSamples(const PictureTRV& image) {
+    if (image.BitsPerComponent <= 8) return true;
+    TRV_LOG("BitsPerComponent > 8 not supported.", image.BitsPerComponent);
+    return false;
+}
+
 bool StartImage(PictureTRV* image) {
     if (image == nullptr || image->GetRow == nullptr) {
         TRV_LOG("GetRow is nil");

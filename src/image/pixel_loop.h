@@ -44,6 +44,9 @@ struct RectanglePair {
 /// Whether the image was constructed; says so in the log if not.
 [[nodiscard]] bool IsValid(const PictureTRV* image);
 
+/// Whether a sample has at most 8 bits; says so in the log if not.
+[[nodiscard]] bool HasByteSamples(const PictureTRV& image);
+
 /// Whether the image can be worked on: open, constructed, of a size. Gives the host its time first.
 [[nodiscard]] bool StartImage(PictureTRV* image);
 

@@ -6,7 +6,7 @@
 
 #include "frame/debug_log.h"
 #include "image/pixel_loop.h"
-#include "platform/memory.h"
+#include "image/row_pair.h"
 #include "rows/channel_rules.h"
 
 namespace trv {
@@ -17,19 +17,9 @@ namespace {
 /// cannot be had is left out.
 template <class Work>
 void ForEachRowPair(PictureTRV& dest, PictureTRV& source, const RectanglePair& pair, Work&& work) {
-    // Fetching a row of a mapped image can take away the one fetched before, so a copy within one is held
-    // meanwhile.
-    const bool within = &dest == &source && source.IsMapping != 0;
-    const ZeroedBytes held = MakeZeroedBytes(within ? source.RowSize : 0);
-    if (within && held == nullptr) return;
+    RowPair rows(dest, source);
     for (int64_t y = 0; y < pair.height; ++y) {
-        const uint8_t* from = FetchRow(source, pair.sourceY + y);
-        if (from != nullptr && within) {
-            std::memcpy(held.get(), from, static_cast<size_t>(source.RowSize));
-            from = held.get();
-        }
-        uint8_t* to = FetchRow(dest, pair.destY + y);
-        if (from != nullptr && to != nullptr) work(from, to);
+        if (rows.Fetch(pair.destY + y, pair.sourceY + y)) work(rows.from, rows.to);
         YieldIfWanted(dest);
     }
 }
