@@ -1,7 +1,8 @@
-// What is measured: the cases, and the contenders that do the same work for a case.
+// What is measured: the lines of the table, and the contenders that do the same work for a line.
 //
 // A contender is made outside the clock, with its images allocated and filled, and then runs as often as the
-// clock wants. All contenders work on one thread and start from the same bytes.
+// clock wants. All contenders work on one thread, unless a line says otherwise, and start from the same
+// bytes.
 #pragma once
 
 #include <cstdint>
@@ -14,20 +15,13 @@
 namespace trvbench {
 
 enum class Layout { Gray, Rgb, Rgba };
-enum class Filter { Triangle, Lanczos3 };
 
 struct Size {
     int width;
     int height;
 };
 
-/// Resampling of a whole image.
-struct ScaleCase {
-    Layout layout;
-    Filter filter;
-    Size from;
-    Size to;
-};
+inline constexpr Size kLarge = {4000, 3000};
 
 constexpr int ChannelsOf(Layout layout) {
     return layout == Layout::Gray ? 1 : layout == Layout::Rgb ? 3 : 4;
@@ -38,37 +32,38 @@ constexpr size_t BytesOf(Layout layout, Size size) {
            static_cast<size_t>(ChannelsOf(layout));
 }
 
+constexpr const char* NameOf(Layout layout) {
+    return layout == Layout::Gray ? "gray" : layout == Layout::Rgb ? "RGB" : "RGBA";
+}
+
+inline std::string TextOf(Size size) {
+    return std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
 /// At least `count` pseudo-random bytes, the same for everybody.
 std::span<const uint8_t> SourceBytes(size_t count);
 
-/// One run of the work, or empty where a library does not offer it.
+/// One run of the work.
 using Work = std::function<void()>;
 
 /// Makes the work of one contender; called once for each measurement, outside the clock.
 using MakeWork = std::function<Work()>;
 
-/// The libraries' resampling of a case.
-Work ScaleWithOpenCv(const ScaleCase& scale);
-Work ScaleWithVips(const ScaleCase& scale);
-Work ScaleWithZimg(const ScaleCase& scale);
-Work ScaleWithPillow(const ScaleCase& scale);
+/// A library that does the same, by the name that the table shows.
+struct Peer {
+    std::string name;
+    MakeWork make;
+};
 
-/// The plug-in's operations, through the embedded host.
-Work ScaleWithPlugin(const ScaleCase& scale);
-Work FillRectWithPlugin(Layout layout, Size size);
-Work FillRectRgbWithPlugin(Layout layout, Size size);
-Work ClearRectWithPlugin(Layout layout, Size size);
-Work OpenPictureWithPlugin(Size size);
-Work CopyPictureWithPlugin(Size size);
+/// Enters a line of the table: the plug-in's work, a memcpy of so many bytes, the libraries' work. The lines
+/// come in the order of entering.
+void EnterLine(const std::string& operation, size_t copiedBytes, const MakeWork& own,
+               const std::vector<Peer>& peers);
 
-/// OpenCV's way to set every pixel, and to copy an image.
-Work FillWithOpenCv(Layout layout, Size size);
-Work CloneWithOpenCv(Layout layout, Size size);
-
-/// The library's version, for the head of the table.
-std::string OpenCvVersion();
-std::string VipsVersion();
-std::string ZimgVersion();
-std::string PillowVersion();
+/// The sections of the table, each in a source of its name.
+void EnterScaling();
+void EnterFills();
+void EnterPictures();
+void EnterRows();
 
 }  // namespace trvbench

@@ -1,17 +1,22 @@
 // Measures the plug-in next to memcpy and to the libraries people use instead, and prints one table.
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstring>
 #include <random>
 
 #include "cases.h"
+#include "opencv.h"
+#include "pillow.h"
 #include "table.h"
+#include "vips.h"
+#include "zimg.h"
 
 namespace trvbench {
 
 std::span<const uint8_t> SourceBytes(size_t count) {
     static const std::vector<uint8_t> bytes = [] {
-        std::vector<uint8_t> filled(4000 * 3000 * 4);
+        std::vector<uint8_t> filled(BytesOf(Layout::Rgba, kLarge));
         std::mt19937 random(1);
         std::generate(filled.begin(), filled.end(), [&] { return static_cast<uint8_t>(random()); });
         return filled;
@@ -20,21 +25,6 @@ std::span<const uint8_t> SourceBytes(size_t count) {
 }
 
 namespace {
-
-constexpr Size kLarge = {4000, 3000};
-constexpr Size kSmall = {1000, 750};
-
-const char* NameOf(Layout layout) {
-    return layout == Layout::Gray ? "gray" : layout == Layout::Rgb ? "RGB" : "RGBA";
-}
-
-const char* NameOf(Filter filter) {
-    return filter == Filter::Triangle ? "ScaleTriangle" : "ScaleLanczos3";
-}
-
-std::string TextOf(Size size) {
-    return std::to_string(size.width) + "x" + std::to_string(size.height);
-}
 
 Work CopyBytes(size_t count) {
     const auto target = std::make_shared<std::vector<uint8_t>>(count);
@@ -45,13 +35,13 @@ Work CopyBytes(size_t count) {
 }
 
 /// The table's lines in their order; the runs come in random order.
-std::vector<std::string>& Operations() {
-    static std::vector<std::string> operations;
-    return operations;
+std::vector<TableLine>& Lines() {
+    static std::vector<TableLine> lines;
+    return lines;
 }
 
-void Enter(const std::string& operation, const std::string& contender, const MakeWork& make) {
-    if (contender == kPlugin) Operations().push_back(operation);
+void EnterRun(const std::string& operation, const std::string& contender, const MakeWork& make) {
+    Lines().back().contenders.push_back(contender);
     benchmark::RegisterBenchmark(CellName(operation, contender).c_str(),
                                  [make](benchmark::State& state) {
                                      try {
@@ -66,55 +56,6 @@ void Enter(const std::string& operation, const std::string& contender, const Mak
                                  })
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
-}
-
-void EnterScale(const ScaleCase& scale) {
-    const std::string operation = std::string(NameOf(scale.filter)) + " " + NameOf(scale.layout) + " " +
-                                  TextOf(scale.from) + " to " + TextOf(scale.to);
-    const size_t larger = std::max(BytesOf(scale.layout, scale.from), BytesOf(scale.layout, scale.to));
-    Enter(operation, kPlugin, [=] { return ScaleWithPlugin(scale); });
-    Enter(operation, kMemcpy, [=] { return CopyBytes(larger); });
-    Enter(operation, kOpenCv, [=] { return ScaleWithOpenCv(scale); });
-    Enter(operation, kVips, [=] { return ScaleWithVips(scale); });
-    Enter(operation, kZimg, [=] { return ScaleWithZimg(scale); });
-    Enter(operation, kPillow, [=] { return ScaleWithPillow(scale); });
-}
-
-void EnterFills(Layout layout) {
-    const struct {
-        const char* name;
-        Work (*make)(Layout, Size);
-    } fills[] = {{"FillRect", FillRectWithPlugin},
-                 {"FillRectRGB", FillRectRgbWithPlugin},
-                 {"ClearRect", ClearRectWithPlugin}};
-    for (const auto& fill : fills) {
-        const std::string operation = std::string(fill.name) + " " + NameOf(layout) + " " + TextOf(kLarge);
-        Enter(operation, kPlugin, [=] { return fill.make(layout, kLarge); });
-        Enter(operation, kMemcpy, [=] { return CopyBytes(BytesOf(layout, kLarge)); });
-        Enter(operation, kOpenCv, [=] { return FillWithOpenCv(layout, kLarge); });
-    }
-}
-
-void EnterPictures() {
-    const std::string open = "Constructor(pic) " + TextOf(kLarge);
-    Enter(open, kPlugin, [] { return OpenPictureWithPlugin(kLarge); });
-    const std::string copy = "CopyPicture " + TextOf(kLarge);
-    Enter(copy, kPlugin, [] { return CopyPictureWithPlugin(kLarge); });
-    for (const std::string& operation : {open, copy}) {
-        Enter(operation, kMemcpy, [] { return CopyBytes(BytesOf(Layout::Rgba, kLarge)); });
-        Enter(operation, kOpenCv, [] { return CloneWithOpenCv(Layout::Rgba, kLarge); });
-    }
-}
-
-void EnterAll() {
-    for (const Layout layout : {Layout::Rgba, Layout::Rgb, Layout::Gray}) {
-        for (const Filter filter : {Filter::Lanczos3, Filter::Triangle}) {
-            EnterScale({layout, filter, kLarge, kSmall});
-            EnterScale({layout, filter, kSmall, kLarge});
-        }
-        EnterFills(layout);
-    }
-    EnterPictures();
 }
 
 void PrintHead() {
@@ -132,6 +73,16 @@ void PrintHead() {
 }
 
 }  // namespace
+
+void EnterLine(const std::string& operation, size_t copiedBytes, const MakeWork& own,
+               const std::vector<Peer>& peers) {
+    Lines().push_back({operation, {}});
+    EnterRun(operation, kPlugin, own);
+    EnterRun(operation, kMemcpy, [=] { return CopyBytes(copiedBytes); });
+    for (const Peer& peer : peers)
+        EnterRun(operation, peer.name, peer.make);
+}
+
 }  // namespace trvbench
 
 int main(int argc, char** argv) {
@@ -146,8 +97,11 @@ int main(int argc, char** argv) {
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
 
     trvbench::PrintHead();
-    trvbench::EnterAll();
-    trvbench::Table table(trvbench::Operations());
+    trvbench::EnterScaling();
+    trvbench::EnterFills();
+    trvbench::EnterPictures();
+    trvbench::EnterRows();
+    trvbench::Table table(trvbench::Lines());
     benchmark::RunSpecifiedBenchmarks(&table);
     return table.Faults() == 0 ? 0 : 1;
 }

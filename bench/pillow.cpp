@@ -1,15 +1,15 @@
+#include "pillow.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "cases.h"
-
 namespace trvbench {
 namespace {
 
-/// A Python process that scales on request. It answers each line with a line; that takes microseconds.
+/// A Python process that works on request. It answers each line with a line; that takes microseconds.
 class Worker {
   public:
     Worker() {
@@ -57,21 +57,23 @@ Worker& TheWorker() {
 
 }  // namespace
 
-Work ScaleWithPillow(const ScaleCase& scale) {
-    // "RGBa" is colour already multiplied by alpha; "RGBA" would be multiplied and divided around the
-    // scaling, which is more than the others do.
-    const char* mode = scale.layout == Layout::Gray ? "L" : scale.layout == Layout::Rgb ? "RGB" : "RGBa";
-    const char* filter = scale.filter == Filter::Triangle ? "BILINEAR" : "LANCZOS";
-    char request[128];
-    std::snprintf(request, sizeof(request), "open %s %d %d %d %d %s", mode, scale.from.width,
-                  scale.from.height, scale.to.width, scale.to.height, filter);
-    const std::string answer = TheWorker().Ask(request);
+Work PillowWork(const std::string& setup, const std::string& expression) {
+    const std::string answer = TheWorker().Ask("setup " + setup);
     if (answer != "ok") throw std::runtime_error("Pillow: " + answer);
-    return [] { TheWorker().Ask("run"); };
+    return [=] {
+        const std::string outcome = TheWorker().Ask("run " + expression);
+        if (outcome != "ok") throw std::runtime_error("Pillow: " + outcome);
+    };
+}
+
+Work PillowWork(Layout layout, Size size, const std::string& expression) {
+    return PillowWork(std::string("image = noise('") + PillowMode(layout) + "', " +
+                          std::to_string(size.width) + ", " + std::to_string(size.height) + ")",
+                      expression);
 }
 
 std::string PillowVersion() {
-    return TheWorker().Ask("version");
+    return TheWorker().Ask("version ");
 }
 
 }  // namespace trvbench

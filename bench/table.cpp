@@ -6,28 +6,28 @@
 namespace trvbench {
 namespace {
 
-constexpr char kSeparator = '|';
-
-/// The median of a contender's times; 0 if it has none.
-double MedianOf(const std::map<std::string, std::vector<double>>& row, const std::string& contender) {
-    const auto found = row.find(contender);
-    if (found == row.end()) return 0;
-    std::vector<double> values = found->second;
+/// 0 for no values.
+double MedianOf(std::vector<double> values) {
+    if (values.empty()) return 0;
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
     return *middle;
 }
 
-std::string CellText(double milliseconds, double ratio) {
-    char text[64];
-    std::snprintf(text, sizeof(text), milliseconds < 1 ? "%.4f (%.2f)" : "%.2f (%.2f)", milliseconds, ratio);
+std::string TimeText(double milliseconds) {
+    char text[32];
+    std::snprintf(text, sizeof(text),
+                  milliseconds < 1     ? "%.3f"
+                  : milliseconds < 100 ? "%.2f"
+                                       : "%.0f",
+                  milliseconds);
     return text;
 }
 
 }  // namespace
 
 std::string CellName(const std::string& operation, const std::string& contender) {
-    return operation + kSeparator + contender;
+    return operation + "|" + contender;
 }
 
 bool Table::ReportContext(const Context&) {
@@ -41,28 +41,22 @@ void Table::ReportRuns(const std::vector<Run>& runs) {
             std::fprintf(stderr, "%s: %s\n", name.c_str(), run.error_message.c_str());
             ++faults_;
         } else if (run.run_type == Run::RT_Iteration) {
-            const size_t cut = name.find(kSeparator);
-            times_[name.substr(0, cut)][name.substr(cut + 1)].push_back(run.GetAdjustedRealTime());
+            times_[name].push_back(run.GetAdjustedRealTime());
         }
     }
 }
 
 void Table::Finalize() {
-    const std::string libraries[] = {kOpenCv, kVips, kZimg, kPillow};
-    std::printf("%-44s %11s %18s", "ms", kPlugin.c_str(), kMemcpy.c_str());
-    for (const std::string& library : libraries)
-        std::printf(" %18s", library.c_str());
-    std::printf("\n");
-    for (const std::string& operation : operations_) {
-        if (!times_.contains(operation)) continue;
-        const auto& row = times_[operation];
-        const double ownTime = MedianOf(row, kPlugin);
-        std::printf("%-44s %11.*f", operation.c_str(), ownTime < 1 ? 4 : 2, ownTime);
-        const double copyTime = MedianOf(row, kMemcpy);
-        std::printf(" %18s", copyTime == 0 ? "" : CellText(copyTime, ownTime / copyTime).c_str());
-        for (const std::string& library : libraries) {
-            const double time = MedianOf(row, library);
-            std::printf(" %18s", time == 0 || ownTime == 0 ? "" : CellText(time, time / ownTime).c_str());
+    std::printf("%-44s %10s   others (x)\n", "ms", kPlugin.c_str());
+    for (const TableLine& line : lines_) {
+        const double own = MedianOf(times_[CellName(line.operation, kPlugin)]);
+        if (own == 0) continue;
+        std::printf("%-44s %10s", line.operation.c_str(), TimeText(own).c_str());
+        for (const std::string& contender : line.contenders) {
+            const double time = MedianOf(times_[CellName(line.operation, contender)]);
+            if (time == 0 || contender == kPlugin) continue;
+            const double ratio = contender == kMemcpy ? own / time : time / own;
+            std::printf("   %s %s (%.2f)", contender.c_str(), TimeText(time).c_str(), ratio);
         }
         std::printf("\n");
     }

@@ -1,7 +1,7 @@
+#include "vips.h"
+
 #include <stdexcept>
 #include <vips/vips.h>
-
-#include "cases.h"
 
 namespace trvbench {
 namespace {

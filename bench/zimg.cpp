@@ -1,9 +1,9 @@
+#include "zimg.h"
+
 #include <cstdlib>
 #include <opencv2/core.hpp>
 #include <stdexcept>
 #include <zimg.h>
-
-#include "cases.h"
 
 namespace trvbench {
 namespace {

@@ -38,15 +38,30 @@ struct Mapping {
 };
 struct View {
     std::unique_ptr<View> next;
-    void* base;
+    intptr_t mapping;
+    int64_t offset;
+    int64_t bytes;
     dev_t device;
     ino_t inode;
+    void* base;
+
+    explicit View(intptr_t ofMapping, int64_t from, int64_t length, const struct stat& file, void* at)
+        : mapping(ofMapping),
+          offset(from),
+          bytes(length),
+          device(file.st_dev),
+          inode(file.st_ino),
+          base(at) {}
+    View(const View&) = delete;
+    View& operator=(const View&) = delete;
+    ~View() { munmap(base, static_cast<size_t>(bytes)); }
 };
 
 std::mutex mutex;
 std::unique_ptr<Mapping> mappings;
 std::unique_ptr<View> views;
-intptr_t lastHandle = 0;  // handles are never used twice, so that a closed one stays closed
+std::unique_ptr<View> idleViews;  // given up, the latest first
+intptr_t lastHandle = 0;          // handles are never used twice, so that a closed one stays closed
 
 /// The link that holds the first node that `matches`; the empty last link if there is none.
 template <class Node, class Matches>
@@ -57,16 +72,35 @@ std::unique_ptr<Node>* FindLink(std::unique_ptr<Node>& head, Matches matches) {
     return link;
 }
 
+/// Views that were given up stay in place up to this many bytes: the system enters a view's pages one by one,
+/// at several times the cost of reading them, so a window that comes back had better still be there.
+constexpr int64_t kMostIdleBytes = int64_t{64} << 20;
+
 template <class Node>
 void PushFront(std::unique_ptr<Node>& head, std::unique_ptr<Node> node) {
     node->next = std::move(head);
     head = std::move(node);
 }
 
-bool RemoveNode(auto& link) {
-    if (*link == nullptr) return false;
-    *link = std::move((*link)->next);
-    return true;
+/// Takes the node out of its list; empty for the empty last link.
+template <class Node>
+std::unique_ptr<Node> TakeNode(std::unique_ptr<Node>* link) {
+    std::unique_ptr<Node> node = std::move(*link);
+    if (node != nullptr) *link = std::move(node->next);
+    return node;
+}
+
+template <class Matches>
+void DropIdleViews(Matches matches) {
+    while (TakeNode(FindLink(idleViews, matches)) != nullptr) {
+    }
+}
+
+/// Keeps a view that was given up, and lets go of those that nobody came back for the longest.
+void KeepIdle(std::unique_ptr<View> view) {
+    PushFront(idleViews, std::move(view));
+    int64_t bytes = 0;
+    DropIdleViews([&](const View& candidate) { return (bytes += candidate.bytes) > kMostIdleBytes; });
 }
 
 bool Fail(int error) {
@@ -88,6 +122,16 @@ bool Reserve(int file, int64_t bytes) {
     if (refused == 0) return true;
     const bool cannotReserve = errno == EOPNOTSUPP || errno == ENOSYS;
     return cannotReserve && ftruncate(file, bytes) == 0;
+}
+
+std::unique_ptr<View> OpenView(const Mapping& mapping, int64_t offset, int64_t bytes,
+                               const struct stat& description) {
+    void* base = mmap(nullptr, static_cast<size_t>(bytes), PROT_READ | PROT_WRITE, MAP_SHARED,
+                      mapping.descriptor.Get(), offset);
+    if (base == MAP_FAILED) return nullptr;
+    std::unique_ptr<View> view(new (std::nothrow) View(mapping.handle, offset, bytes, description, base));
+    if (view == nullptr) munmap(base, static_cast<size_t>(bytes));
+    return view;
 }
 
 }  // namespace
@@ -120,6 +164,7 @@ bool CutFile(intptr_t file) {
     const auto isViewOfFile = [&](const View& view) {
         return view.device == description.st_dev && view.inode == description.st_ino;
     };
+    DropIdleViews(isViewOfFile);
     if (*FindLink(views, isViewOfFile) != nullptr) return Fail(EBUSY);
     return ftruncate(static_cast<int>(file), 0) == 0;
 }
@@ -158,8 +203,9 @@ intptr_t CreateMapping(intptr_t file, int64_t bytes) {
 
 bool CloseMapping(intptr_t mapping) {
     const std::lock_guard lock(mutex);
+    DropIdleViews([&](const View& view) { return view.mapping == mapping; });
     auto* link = FindLink(mappings, [&](const Mapping& candidate) { return candidate.handle == mapping; });
-    return RemoveNode(link) || Fail(EBADF);
+    return TakeNode(link) != nullptr || Fail(EBADF);
 }
 
 void* MapView(intptr_t mapping, int64_t offset, int64_t bytes) {
@@ -174,22 +220,25 @@ void* MapView(intptr_t mapping, int64_t offset, int64_t bytes) {
     if (!Describe(found->descriptor.Get(), description)) return nullptr;
     errno = EINVAL;
     if (bytes > description.st_size - offset) return nullptr;
-    std::unique_ptr<View> view(new (std::nothrow)
-                                   View{nullptr, nullptr, description.st_dev, description.st_ino});
+    std::unique_ptr<View> view = TakeNode(FindLink(idleViews, [&](const View& idle) {
+        return idle.mapping == mapping && idle.offset == offset && idle.bytes == bytes;
+    }));
+    if (view == nullptr) view = OpenView(*found, offset, bytes, description);
     if (view == nullptr) return nullptr;
-    void* base = mmap(nullptr, static_cast<size_t>(bytes), PROT_READ | PROT_WRITE, MAP_SHARED,
-                      found->descriptor.Get(), offset);
-    if (base == MAP_FAILED) return nullptr;
-    view->base = base;
+    void* base = view->base;
     PushFront(views, std::move(view));
     return base;
 }
 
-bool UnmapView(void* base, int64_t bytes) {
+bool UnmapView(void* base, int64_t /*bytes*/) {
     const std::lock_guard lock(mutex);
-    auto* link = FindLink(views, [&](const View& view) { return view.base == base; });
-    if (!RemoveNode(link)) return Fail(EINVAL);
-    return munmap(base, static_cast<size_t>(bytes)) == 0;
+    auto view = TakeNode(FindLink(views, [&](const View& candidate) { return candidate.base == base; }));
+    if (view == nullptr) return Fail(EINVAL);
+    const bool mappingLives = *FindLink(mappings, [&](const Mapping& candidate) {
+        return candidate.handle == view->mapping;
+    }) != nullptr;
+    if (mappingLives) KeepIdle(std::move(view));
+    return true;
 }
 
 }  // namespace trv
