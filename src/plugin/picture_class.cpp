@@ -5,6 +5,7 @@
 
 #include "bridge/picture_export.h"
 #include "bridge/picture_import.h"
+#include "filters/box_blur.h"
 #include "image/life_cycle.h"
 #include "image/mapped_image.h"
 #include "image/picture_factory.h"
@@ -186,6 +187,12 @@ MethodDefinition methods[] = {
            "RowSize as "
            "integer)",
            ImageConstructorMemory>(),
+    Method<"BoxBlurFilter(dest as PictureTRV, Radius as double, Vertical as boolean = true, Horizontal as "
+           "boolean = true) as PictureTRV",
+           rbBoxBlurFilter>(),
+    Method<"BoxBlurFilter(dest as PictureTRV, Radius as double, Iterations as integer, Vertical as boolean = "
+           "true, Horizontal as boolean = true) as PictureTRV",
+           rbBoxBlurFilterIterations>(),
     Method<"AlphaChannel as PictureTRV", rbChannelView<Channel::Alpha>>(),
     Method<"RedChannel as PictureTRV", rbChannelView<Channel::Red>>(),
     Method<"GreenChannel as PictureTRV", rbChannelView<Channel::Green>>(),
