@@ -20,8 +20,8 @@ class MemoryBlockThing : public Thing {
 
   private:
     void* data_ = nullptr;
-    int64_t size_ = 0;  ///< -1: unknown
-    bool owned_ = false;
+    int64_t size_ = 0;       ///< -1: unknown
+    void* owned_ = nullptr;  // the allocation that data_ lies in; null for bytes of somebody else
 };
 
 /// A new block of the host's, or null with OutOfMemoryException noted.

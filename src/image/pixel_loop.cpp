@@ -169,6 +169,11 @@ int64_t LowestChannelOffset(const PictureTRV& image) {
     return lowest;
 }
 
+bool IsOneRun(const PictureTRV& image) {
+    return image.GetRow == GetRowLinear && image.YieldTicks == 0 && image.PixelSize > 0 &&
+           image.RowSize % image.PixelSize == 0 && image.RowSize / image.PixelSize == image.Width;
+}
+
 bool SameLayout(const PictureTRV& a, const PictureTRV& b) {
     const bool sameChannels =
         std::all_of(kColourChannels.begin(), kColourChannels.end(),

@@ -82,6 +82,11 @@ inline void YieldIfWanted(PictureTRV& image) {
 /// starts.
 [[nodiscard]] int64_t LowestChannelOffset(const PictureTRV& image);
 
+/// Whether the rows of an image lie one behind the other without a gap, pixel behind pixel, and nobody can
+/// tell whether they are fetched one by one: in memory, from top to bottom, with no time to be given to the
+/// host.
+[[nodiscard]] bool IsOneRun(const PictureTRV& image);
+
 /// Whether two images have the same channels at the same places; gray and CMYK offsets are not compared.
 [[nodiscard]] bool SameLayout(const PictureTRV& a, const PictureTRV& b);
 

@@ -24,6 +24,11 @@ void ForEachRowPair(PictureTRV& dest, PictureTRV& source, const RectanglePair& p
     }
 }
 
+/// Whether the rectangle is whole rows that follow one another on both sides, so that all of it is one run.
+bool IsOneRun(const PictureTRV& dest, const PictureTRV& source, const RectanglePair& pair) {
+    return IsOneRun(dest) && IsOneRun(source) && pair.width == dest.Width && pair.width == source.Width;
+}
+
 /// Rows of equal packed layouts, as bytes.
 void CopyPixelsBlock(PictureTRV& dest, PictureTRV& source, const RectanglePair& pair) {
     TRV_LOG("CopyPixelsBlock");
@@ -107,6 +112,11 @@ bool CopyPixelsConverted(PictureTRV& dest, PictureTRV& source, const RectanglePa
         return false;
     }
     const SpanConverter converter = MakeCopy(dest, source, alpha, grayPair);
+    if (IsOneRun(dest, source, pair)) {
+        converter.Convert(FetchRow(source, pair.sourceY), FetchRow(dest, pair.destY),
+                          pair.width * pair.height);
+        return true;
+    }
     ForEachRowPair(dest, source, pair, [&](const uint8_t* fromRow, uint8_t* toRow) {
         converter.Convert(fromRow + pair.sourceX * source.PixelSize, toRow + pair.destX * dest.PixelSize,
                           pair.width);

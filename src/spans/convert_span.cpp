@@ -11,7 +11,7 @@ namespace trv {
 namespace {
 
 constexpr int64_t kGroupBytes = 16;
-constexpr int64_t kLumaPixels = 8;
+constexpr int64_t kLumaPixels = 32;
 
 bool Overlap(const uint8_t* a, const uint8_t* aEnd, const uint8_t* b, const uint8_t* bEnd) {
     return std::less<>()(a, bEnd) && std::less<>()(b, aEnd);
@@ -45,6 +45,8 @@ void SpanConverter::Prepare() {
         method_ = Method::Move;
     } else if (ActiveSpanKernels() == nullptr) {
         method_ = Method::Plain;
+    } else if (PrepareSpread()) {
+        method_ = Method::Spread;
     } else if (PrepareShuffle()) {
         method_ = Method::Shuffle;
     } else if (PrepareLuma()) {
@@ -65,27 +67,47 @@ bool SpanConverter::IsMove() const {
     return written == all;
 }
 
+/// Fills in how `bytes` bytes of the destination from `firstByte` on are made; false if one is not picked
+/// from one byte.
+bool SpanConverter::FillShuffle(ByteShuffle& shuffle, int64_t firstByte, int64_t bytes) const {
+    shuffle = {};
+    for (int64_t at = 0; at < bytes; ++at) {
+        const int64_t pixel = (firstByte + at) / toStep_;
+        for (const ByteRule& rule : std::span(rules_, static_cast<size_t>(count_))) {
+            if (rule.kind == ByteRule::Kind::Luma) return false;
+            if (rule.to - toFirst_ != (firstByte + at) % toStep_) continue;
+            const int64_t from = pixel * fromStep_ + rule.from - fromFirst_;
+            shuffle.from[at] = rule.kind == ByteRule::Kind::Zero ? 128 : static_cast<uint8_t>(from);
+            shuffle.flip[at] = rule.kind == ByteRule::Kind::Complement ? 255 : 0;
+            shuffle.write[at] = 255;
+        }
+    }
+    shuffle.writesAll =
+        std::all_of(shuffle.write, shuffle.write + bytes, [](uint8_t write) { return write != 0; });
+    return true;
+}
+
+/// Pixels of one byte become pixels of several, 16 at a time.
+bool SpanConverter::PrepareSpread() {
+    if (fromStep_ != 1 || toStep_ < 2 || toStep_ > kMostParts) return false;
+    if (fromLast_ != fromFirst_ || toLast_ - toFirst_ >= toStep_) return false;
+    groupPixels_ = groupReads_ = kGroupBytes;
+    groupWrites_ = kGroupBytes * toStep_;
+    for (int64_t part = 0; part < toStep_; ++part) {
+        if (!FillShuffle(shuffles_[part], part * kGroupBytes, kGroupBytes)) return false;
+    }
+    return true;
+}
+
 /// Bytes are picked, each on its own, within pixels that fit a vector together.
 bool SpanConverter::PrepareShuffle() {
     if (fromLast_ - fromFirst_ >= fromStep_ || toLast_ - toFirst_ >= toStep_) return false;
     if (std::max(fromStep_, toStep_) > kGroupBytes / 2) return false;
     groupPixels_ = kGroupBytes / std::max(fromStep_, toStep_);
-    shuffle_ = {};
-    shuffle_.fromBytes = groupPixels_ * fromStep_;
-    shuffle_.toBytes = groupPixels_ * toStep_;
-    for (int64_t pixel = 0; pixel < groupPixels_; ++pixel) {
-        for (int i = 0; i < count_; ++i) {
-            const ByteRule& rule = rules_[i];
-            if (rule.kind == ByteRule::Kind::Luma) return false;
-            const int64_t to = pixel * toStep_ + rule.to - toFirst_;
-            const int64_t from = pixel * fromStep_ + rule.from - fromFirst_;
-            shuffle_.from[to] = rule.kind == ByteRule::Kind::Zero ? 128 : static_cast<uint8_t>(from);
-            shuffle_.flip[to] = rule.kind == ByteRule::Kind::Complement ? 255 : 0;
-            shuffle_.write[to] = 255;
-        }
-    }
-    shuffle_.writesAll = std::all_of(shuffle_.write, shuffle_.write + shuffle_.toBytes,
-                                     [](uint8_t write) { return write != 0; });
+    groupReads_ = groupWrites_ = kGroupBytes;
+    if (!FillShuffle(shuffles_[0], 0, groupPixels_ * toStep_)) return false;
+    shuffles_[0].fromBytes = groupPixels_ * fromStep_;
+    shuffles_[0].toBytes = groupPixels_ * toStep_;
     return true;
 }
 
@@ -95,10 +117,14 @@ bool SpanConverter::PrepareLuma() {
     if (count_ != 1 || rule.kind != ByteRule::Kind::Luma || toStep_ != 1) return false;
     if (fromStep_ != 3 && fromStep_ != 4) return false;
     if (fromLast_ - fromFirst_ >= fromStep_) return false;
-    groupPixels_ = kLumaPixels;
-    std::fill(std::begin(weights_), std::end(weights_), int16_t{0});
+    groupPixels_ = groupWrites_ = kLumaPixels;
+    groupReads_ = kLumaPixels * fromStep_ + (fromStep_ == 3 ? 4 : 0);
+    std::fill(std::begin(weights_), std::end(weights_), uint8_t{0});
     for (const auto& [offset, weight] : {std::pair{rule.from, 77}, {rule.green, 151}, {rule.blue, 28}}) {
-        weights_[offset - fromFirst_] = static_cast<int16_t>(weights_[offset - fromFirst_] + weight);
+        // Of one byte taken for all three the weights are 256, which is one too many for a byte.
+        const int sum = weights_[offset - fromFirst_] + weight;
+        if (sum > 255) return false;
+        weights_[offset - fromFirst_] = static_cast<uint8_t>(sum);
     }
     return true;
 }
@@ -114,31 +140,42 @@ void SpanConverter::Convert(const uint8_t* from, uint8_t* to, int64_t count) con
     } else if (method_ == Method::Move) {
         std::memcpy(to + toFirst_, fromStart, static_cast<size_t>(count * toStep_));
     } else {
-        const int64_t done = Groups(from, to, count) * groupPixels_;
+        const int64_t done = Groups(from, to, count);
         Plain(from + done * fromStep_, to + done * toStep_, count - done);
     }
 }
 
-/// Runs the kernel over as many groups as leave 16 bytes of room inside the runs at each; how many that were.
+void SpanConverter::RunKernel(const uint8_t* from, uint8_t* to, int64_t groups) const {
+    const SpanKernels& kernels = *ActiveSpanKernels();
+    from += fromFirst_;
+    to += toFirst_;
+    if (method_ == Method::Luma) {
+        kernels.luma(from, fromStep_, to, groups, weights_);
+    } else if (method_ == Method::Spread) {
+        kernels.spread(from, to, groups, shuffles_, static_cast<int>(toStep_));
+    } else {
+        kernels.shuffle(from, to, groups, shuffles_[0]);
+    }
+}
+
+/// Runs the kernel over as many groups as stay inside the runs with all that they touch; how many of the
+/// pixels from the first on are done then.
 int64_t SpanConverter::Groups(const uint8_t* from, uint8_t* to, int64_t count) const {
     const int64_t fromRoom = (count - 1) * fromStep_ + fromLast_ - fromFirst_ + 1;
     const int64_t toRoom = (count - 1) * toStep_ + toLast_ - toFirst_ + 1;
-    const auto fitting = [](int64_t room, int64_t bytesTouched, int64_t bytesPerGroup) {
-        return room < bytesTouched ? 0 : (room - bytesTouched) / bytesPerGroup + 1;
-    };
-    const SpanKernels& kernels = *ActiveSpanKernels();
-    if (method_ == Method::Luma) {
-        const int64_t touched =
-            4 * fromStep_ + kGroupBytes;  // the second half of a group reads 16 bytes as well
-        const int64_t groups = std::min(fitting(fromRoom, touched, kLumaPixels * fromStep_),
-                                        fitting(toRoom, kLumaPixels, kLumaPixels));
-        kernels.luma(from + fromFirst_, fromStep_, to + toFirst_, groups, weights_);
-        return groups;
+    if (fromRoom < groupReads_ || toRoom < groupWrites_) return 0;
+    // The last pixel at which a group can start.
+    const int64_t last = std::min((fromRoom - groupReads_) / fromStep_, (toRoom - groupWrites_) / toStep_);
+    const int64_t groups = last / groupPixels_ + 1;
+    RunKernel(from, to, groups);
+    int64_t done = groups * groupPixels_;
+    // One more, over pixels that are done in part already, spares the plain way most of what is left. Pixels
+    // whose bytes are all written may have been half overwritten by the group before.
+    if (last + groupPixels_ > done) {
+        RunKernel(from + last * fromStep_, to + last * toStep_, 1);
+        done = last + groupPixels_;
     }
-    const int64_t groups = std::min(fitting(fromRoom, kGroupBytes, shuffle_.fromBytes),
-                                    fitting(toRoom, kGroupBytes, shuffle_.toBytes));
-    kernels.shuffle(from + fromFirst_, to + toFirst_, groups, shuffle_);
-    return groups;
+    return std::min(done, count);
 }
 
 void SpanConverter::Plain(const uint8_t* from, uint8_t* to, int64_t count) const {

@@ -39,12 +39,17 @@ class SpanConverter {
     void Convert(const uint8_t* from, uint8_t* to, int64_t count) const;
 
   private:
-    enum class Method : uint8_t { Plain, Move, Shuffle, Luma };
+    static constexpr int kMostParts = 5;
+
+    enum class Method : uint8_t { Plain, Move, Spread, Shuffle, Luma };
 
     [[nodiscard]] bool IsMove() const;
+    bool PrepareSpread();
     bool PrepareShuffle();
+    bool FillShuffle(ByteShuffle& shuffle, int64_t firstByte, int64_t bytes) const;
     bool PrepareLuma();
     void Plain(const uint8_t* from, uint8_t* to, int64_t count) const;
+    void RunKernel(const uint8_t* from, uint8_t* to, int64_t groups) const;
     [[nodiscard]] int64_t Groups(const uint8_t* from, uint8_t* to, int64_t count) const;
 
     int64_t fromStep_;
@@ -57,8 +62,10 @@ class SpanConverter {
     int64_t toFirst_ = 0;
     int64_t toLast_ = 0;
     int64_t groupPixels_ = 0;  // pixels that a kernel handles at a time
-    ByteShuffle shuffle_{};
-    int16_t weights_[4]{};
+    int64_t groupReads_ = 0;   // bytes that it touches for them on each side
+    int64_t groupWrites_ = 0;
+    ByteShuffle shuffles_[kMostParts]{};  // one, or as many as a pixel has bytes to spread one byte into
+    uint8_t weights_[4]{};
 };
 
 }  // namespace trv

@@ -18,14 +18,17 @@ struct ByteShuffle {
 };
 
 struct SpanKernels {
-    /// Moves at most `groups` groups through the shuffle; reads 16 bytes at each group's source, reads and
-    /// writes 16 at its target, so the caller leaves as much room. What is written beyond a group's bytes is
-    /// written again by the next.
+    /// Moves `groups` groups through the shuffle; reads 16 bytes at each group's source, reads and writes 16
+    /// at its target, so the caller leaves as much room. What is written beyond a group's bytes is written
+    /// again by the next.
     void (*shuffle)(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle& shuffle);
-    /// Brightness (77 red + 151 green + 28 blue) >> 8 of groups of 8 pixels of 4 bytes into bytes; `weights`
-    /// are those of the four bytes of a pixel. Pixels of 3 bytes are read 4 bytes at a time, 3 apart.
+    /// The same with `parts` shuffles of one 16 bytes of the source into as many 16 bytes of the destination.
+    void (*spread)(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle* shuffles, int parts);
+    /// Brightness (77 red + 151 green + 28 blue) >> 8 of `groups` groups of 32 pixels of 3 or 4 bytes into
+    /// bytes; `weights` are those of the four bytes of a pixel, 0 to 255, of a sum of 256. Pixels of 3 bytes
+    /// are read 16 bytes at a time, 12 apart, so the caller leaves 4 bytes of room behind the last.
     void (*luma)(const uint8_t* from, int64_t pixelSize, uint8_t* to, int64_t groups,
-                 const int16_t (&weights)[4]);
+                 const uint8_t (&weights)[4]);
 };
 
 /// The kernels of the instruction set in use, null where it has none.
