@@ -11,8 +11,8 @@
 #include <cstdint>
 
 #include "scale/exact.h"
-#include "scale/instruction_set.h"
 #include "scale/pass_support.h"
+#include "scale/row_kernels.h"
 #include "scale/scale_task.h"
 
 namespace trv {

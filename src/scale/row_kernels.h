@@ -66,12 +66,6 @@ struct SampleKernels {
     void (*accumulateBytes)(AccumulateJob<T>& job);
 };
 
-/// Bytes to pick for each of the 16 bytes of a group, and which bytes of the target to keep.
-struct ByteShuffle {
-    uint8_t from[16];   // index below 16
-    uint8_t write[16];  // 255: take the picked byte; 0: keep what is there
-};
-
 struct RowKernels {
     const char* name;
     SampleKernels<float> single;
@@ -86,14 +80,10 @@ struct RowKernels {
     /// at to[j]. From block to block the pointers advance by the steps.
     void (*transpose)(const uint8_t* const* from, int64_t fromStep, uint8_t* const* to, int64_t toStep,
                       int64_t blocks);
-    /// Moves groups of 16 bytes through a shuffle; null where the instruction set has none. Reads 16 bytes at
-    /// each group's source and writes 16 bytes at its target; `shuffle` keeps the bytes that are not picked
-    /// by reading them first, `shuffleWhole` takes every byte as picked.
-    void (*shuffle)(const uint8_t* from, int64_t fromStep, uint8_t* to, int64_t toStep, int64_t groups,
-                    const ByteShuffle& shuffle);
-    void (*shuffleWhole)(const uint8_t* from, int64_t fromStep, uint8_t* to, int64_t toStep, int64_t groups,
-                         const ByteShuffle& shuffle);
 };
+
+/// The kernels of the instruction set in use; null for the plain form.
+[[nodiscard]] const RowKernels* ActiveRowKernels();
 
 extern const RowKernels kRowKernelsBaseline;
 extern const RowKernels kRowKernelsAvx2;

@@ -115,12 +115,6 @@ inline void StoreTogether(uint8_t* p, const T* v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permutevar8x32_epi32(bytes, order));
 }
 
-constexpr bool kHasShuffle = true;
-
-inline __m128i Shuffle16(__m128i bytes, __m128i picks) {
-    return _mm_shuffle_epi8(bytes, picks);
-}
-
 #include "scale/row_kernels.inc"
 
 }  // namespace

@@ -95,12 +95,6 @@ inline void StoreTogether(uint8_t* p, const T* v) {
     _mm512_storeu_si512(p, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(low, high)));
 }
 
-constexpr bool kHasShuffle = true;
-
-inline __m128i Shuffle16(__m128i bytes, __m128i picks) {
-    return _mm_shuffle_epi8(bytes, picks);
-}
-
 #include "scale/row_kernels.inc"
 
 }  // namespace

@@ -129,12 +129,6 @@ constexpr int kTogether = 16;  // more than there are groups
 template <class T>
 inline void StoreTogether(uint8_t*, const T*) {}
 
-constexpr bool kHasShuffle = false;
-
-[[maybe_unused]] inline __m128i Shuffle16(__m128i bytes, __m128i) {
-    return bytes;
-}
-
 #include "scale/row_kernels.inc"
 
 }  // namespace

@@ -185,8 +185,7 @@ class VerticalStrips {
         const int64_t bytes = strip.pixels * tempPixel_;
         Prefetch(from + kStripsAhead * bytes, bytes);
         if (!pass_.pack_.IsCopy()) {
-            pass_.pack_.Run(*pass_.kernels_, from, bytes, strip_.Get(), stripBytes_ + kGroupLanes,
-                            strip.pixels);
+            pass_.pack_.Convert(from, strip_.Get(), strip.pixels);
             from = strip_.Get();
         } else if (bytes != strip.lanes * pass_.sampleBytes_) {
             std::memcpy(strip_.Get(), from, static_cast<size_t>(bytes));
@@ -232,9 +231,7 @@ class VerticalStrips {
 
     void Store(const Strip& strip, int64_t list, uint8_t* target) {
         const int64_t size = task_.destination.PixelSize;
-        const int64_t writable = (columns_ - 1 - strip.x) * size + pass_.store_.Extent();
-        pass_.store_.Run(*pass_.kernels_, ResultOf(strip, list), stripBytes_ + kGroupLanes,
-                         target + pass_.storeBase_ + strip.x * size, writable, strip.pixels);
+        pass_.store_.Convert(ResultOf(strip, list), target + pass_.storeBase_ + strip.x * size, strip.pixels);
     }
 
     const VerticalPass& pass_;
@@ -284,12 +281,15 @@ void VerticalPass::FindMoves() {
         usedSlots_[static_cast<size_t>(usedCount_++)] = slot;
     }
     const int64_t packedPixel = int64_t{usedCount_} * sampleBytes_;
-    pack_ = PixelMove(task_.family.pixelBytes, packedPixel);
-    for (int i = 0; i < usedCount_; ++i) {
-        pack_.Add(int64_t{usedSlots_[static_cast<size_t>(i)]} * sampleBytes_, int64_t{i} * sampleBytes_,
-                  sampleBytes_);
-    }
-    pack_.Finish();
+    const auto addSample = [&](SpanConverter& converter, int64_t from, int64_t to) {
+        for (int64_t byte = 0; byte < sampleBytes_; ++byte)
+            converter.Add({.to = to + byte, .from = from + byte});
+    };
+    pack_ = SpanConverter(task_.family.pixelBytes, packedPixel);
+    for (int i = 0; i < usedCount_; ++i)
+        addSample(pack_, int64_t{usedSlots_[static_cast<size_t>(i)]} * sampleBytes_,
+                  int64_t{i} * sampleBytes_);
+    pack_.Prepare();
 
     const auto offsetOf = [&](int w) {
         return OffsetOf(task_.destination, task_.family.writes[static_cast<size_t>(w)].channel);
@@ -297,12 +297,12 @@ void VerticalPass::FindMoves() {
     storeBase_ = offsetOf(0);
     for (int w = 1; w < task_.family.writeCount; ++w)
         storeBase_ = std::min(storeBase_, offsetOf(w));
-    store_ = PixelMove(packedPixel, task_.destination.PixelSize);
+    store_ = SpanConverter(packedPixel, task_.destination.PixelSize);
     for (int w = 0; w < task_.family.writeCount; ++w) {
         const int slot = task_.family.writes[static_cast<size_t>(w)].slot;
-        store_.Add(packed[static_cast<size_t>(slot)] * sampleBytes_, offsetOf(w) - storeBase_, sampleBytes_);
+        addSample(store_, packed[static_cast<size_t>(slot)] * sampleBytes_, offsetOf(w) - storeBase_);
     }
-    store_.Finish();
+    store_.Prepare();
 }
 
 void VerticalPass::YieldAfter(int64_t rows, bool yields) const {

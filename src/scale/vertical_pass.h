@@ -9,10 +9,10 @@
 #include <array>
 #include <cstdint>
 
-#include "scale/instruction_set.h"
 #include "scale/pass_support.h"
-#include "scale/pixel_move.h"
+#include "scale/row_kernels.h"
 #include "scale/scale_task.h"
+#include "spans/convert_span.h"
 
 namespace trv {
 
@@ -38,8 +38,8 @@ class VerticalPass {
     int sampleBytes_ = 1;
     int usedCount_ = 0;                        // slots that are stored
     std::array<int, kMostSlots> usedSlots_{};  // ascending
-    PixelMove pack_;                           // MyPixel to the used slots side by side
-    PixelMove store_;                          // these to the destination's pixel
+    SpanConverter pack_;                       // MyPixel to the used slots side by side
+    SpanConverter store_;                      // these to the destination's pixel
     int64_t storeBase_ = 0;                    // lowest offset that is stored to
 };
 

@@ -26,13 +26,16 @@ class SpanConverter {
   public:
     static constexpr int kMostRules = 8;
 
-    /// Bytes from one pixel to the next on both sides.
-    SpanConverter(int64_t fromStep, int64_t toStep) : fromStep_(fromStep), toStep_(toStep) {}
+    /// Bytes from one pixel to the next on both sides. Without rules it converts nothing.
+    explicit SpanConverter(int64_t fromStep = 1, int64_t toStep = 1) : fromStep_(fromStep), toStep_(toStep) {}
 
     void Add(const ByteRule& rule);
 
     /// Decides once how runs are done; to be called after the last rule.
     void Prepare();
+
+    /// Whether pixels are copied as they are, every byte of them.
+    [[nodiscard]] bool IsCopy() const { return method_ == Method::Move && fromFirst_ == 0 && toFirst_ == 0; }
 
     /// Converts `count` pixels from the addresses of the first ones. The result is that of going pixel by
     /// pixel and rule by rule, from first to last, also where both runs are the same memory.

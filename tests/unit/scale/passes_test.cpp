@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "scale/instruction_set.h"
+#include "frame/instruction_set.h"
 #include "scale/kernels.h"
 #include "scale/two_pass.h"
 #include "unit/frame/log_capture.h"
@@ -20,9 +20,9 @@ using trvtest::reference::TempPixel;
 class ScalePassesTest : public ::testing::TestWithParam<const char*> {
   protected:
     void SetUp() override {
-        if (!ForceRowKernels(GetParam())) GTEST_SKIP() << "this machine does not have " << GetParam();
+        if (!ForceInstructionSet(GetParam())) GTEST_SKIP() << "this machine does not have " << GetParam();
     }
-    void TearDown() override { ForceRowKernels({}); }
+    void TearDown() override { ForceInstructionSet({}); }
 
     /// Scales with a temp of the family's format and compares temp and destination with the reference's.
     void Check(RecordImage& source, RecordImage& dest, int64_t mode, int64_t width, int64_t height,
