@@ -65,5 +65,6 @@ void EnterScaling();
 void EnterFills();
 void EnterPictures();
 void EnterRows();
+void EnterNeighbourhoods();
 
 }  // namespace trvbench

@@ -40,11 +40,15 @@ void BlurFamily(PictureTRV& source, PictureTRV& dest, int64_t radius, bool verti
     TRV_LOG("tableSize", tableSize);
     TRV_LOG("divideCount", SaturatedMultiply(tableSize, 256));
     if (radius >= kEndOfRadius) return;
-    BoxBlurTask task{source,   dest,      static_cast<int>(F::channels.size()), {}, {}, radius, tableSize,
-                     vertical, horizontal};
-    std::ranges::copy(F::Offsets(source), task.sourceOffsets.begin());
-    std::ranges::copy(F::Offsets(dest), task.destOffsets.begin());
-    BoxBlurPlain(task);
+    const BoxBlurTask task{.source = source,
+                           .dest = dest,
+                           .sourcePlaces = PlacesOf<F>(source),
+                           .destPlaces = PlacesOf<F>(dest),
+                           .radius = radius,
+                           .divisor = tableSize,
+                           .vertical = vertical,
+                           .horizontal = horizontal};
+    if (debugFlag != 0 || !BoxBlurFast(task)) BoxBlurPlain(task);
 }
 
 /// Whether two images of the same object chain look alike byte for byte, so that one more pass between images

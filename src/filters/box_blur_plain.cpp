@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 
 #include "filters/box_blur_task.h"
 #include "frame/debug_log.h"
@@ -16,23 +15,24 @@ struct SampleRow {
     int64_t step;
     const int64_t* offsets;
 
-    [[nodiscard]] const uint8_t* Address(int64_t x, int channel) const {
+    [[nodiscard]] const uint8_t* Address(int64_t x, size_t channel) const {
         return pixels + x * step + offsets[channel];
     }
 };
 
-constexpr int64_t kPacked[kMostBlurChannels] = {0, 1, 2, 3, 4};
+constexpr int64_t kPacked[kMostChannels] = {0, 1, 2, 3, 4};
 
 /// From this pixel on the sums of a gray row are traced.
 constexpr int64_t kFirstTracedPixel = 201;
 
 class PlainBlur {
   public:
-    explicit PlainBlur(const BoxBlurTask& task) : task_(task), written_(task.Written()) {}
+    explicit PlainBlur(const BoxBlurTask& task)
+        : task_(task), written_(task.Written()), channels_(task.sourcePlaces.channels) {}
 
     /// False without memory.
     [[nodiscard]] bool Allocate() {
-        const int64_t samples = std::max<int64_t>(written_.width, 1) * task_.channels;
+        const int64_t samples = std::max<int64_t>(written_.width, 1) * static_cast<int64_t>(channels_);
         columns_ = MakeZeroedBytes(samples * static_cast<int64_t>(sizeof(uint64_t)));
         row_ = MakeZeroedBytes(samples);
         return columns_ != nullptr && row_ != nullptr;
@@ -56,7 +56,7 @@ class PlainBlur {
             if (task_.vertical) {
                 if (uint8_t* to = FetchRow(task_.dest, y)) BlurRow(y, Packed(to), to);
             } else if (rows.Fetch(y, y)) {
-                BlurRow(y, {rows.from, task_.source.PixelSize, task_.sourceOffsets.data()}, rows.to);
+                BlurRow(y, {rows.from, task_.source.PixelSize, task_.sourcePlaces.offsets.data()}, rows.to);
             }
         }
     }
@@ -77,8 +77,8 @@ class PlainBlur {
         if (row == nullptr) return;
         uint64_t* sum = Columns();
         for (int64_t x = 0; x < written_.width; ++x, row += task_.source.PixelSize) {
-            for (int c = 0; c < task_.channels; ++c)
-                *sum++ += row[task_.sourceOffsets[static_cast<size_t>(c)]] * times;
+            for (size_t c = 0; c < channels_; ++c)
+                *sum++ += row[task_.sourcePlaces.offsets[c]] * times;
         }
     }
 
@@ -87,8 +87,8 @@ class PlainBlur {
         if (row == nullptr) return;
         const uint64_t* sum = Columns();
         for (int64_t x = 0; x < written_.width; ++x, row += task_.dest.PixelSize) {
-            for (int c = 0; c < task_.channels; ++c)
-                row[task_.destOffsets[static_cast<size_t>(c)]] = Mean(*sum++);
+            for (size_t c = 0; c < channels_; ++c)
+                row[task_.destPlaces.offsets[c]] = Mean(*sum++);
         }
     }
 
@@ -96,35 +96,35 @@ class PlainBlur {
     SampleRow Packed(const uint8_t* from) {
         uint8_t* to = row_.get();
         for (int64_t x = 0; x < written_.width; ++x, from += task_.dest.PixelSize) {
-            for (int c = 0; c < task_.channels; ++c)
-                *to++ = from[task_.destOffsets[static_cast<size_t>(c)]];
+            for (size_t c = 0; c < channels_; ++c)
+                *to++ = from[task_.destPlaces.offsets[c]];
         }
-        return {row_.get(), task_.channels, kPacked};
+        return {row_.get(), static_cast<int64_t>(channels_), kPacked};
     }
 
     void BlurRow(int64_t y, const SampleRow& from, uint8_t* to) {
         const int64_t pixels = task_.RowPixels();
-        uint64_t sums[kMostBlurChannels]{};
+        uint64_t sums[kMostChannels]{};
         for (int64_t x = 0; x <= std::min(task_.radius, pixels - 1); ++x) {
             const auto times = static_cast<uint64_t>(TimesInFirstWindow(x, pixels, task_.radius));
-            for (int c = 0; c < task_.channels; ++c)
+            for (size_t c = 0; c < channels_; ++c)
                 sums[c] += *from.Address(x, c) * times;
         }
         if (y == 0) TraceSums(sums);
         for (int64_t x = 0; x < written_.width; ++x, to += task_.dest.PixelSize) {
             const int64_t in = std::min(x + task_.radius + 1, pixels - 1);
             const int64_t out = std::max<int64_t>(x - task_.radius, 0);
-            for (int c = 0; c < task_.channels; ++c)
-                to[task_.destOffsets[static_cast<size_t>(c)]] = Mean(sums[c]);
+            for (size_t c = 0; c < channels_; ++c)
+                to[task_.destPlaces.offsets[c]] = Mean(sums[c]);
             if (y == 0 && x >= kFirstTracedPixel) TracePixel(x, sums[0], from.Address(in, 0), to);
-            for (int c = 0; c < task_.channels; ++c)
+            for (size_t c = 0; c < channels_; ++c)
                 sums[c] += static_cast<uint64_t>(*from.Address(in, c)) - *from.Address(out, c);
         }
     }
 
     // Of gray only the one sum, of colours three, whatever they are called.
     void TraceSums(const uint64_t* sums) const {
-        if (task_.channels < 3) {
+        if (channels_ < 3) {
             TRV_LOG("tg", sums[0]);
             return;
         }
@@ -134,16 +134,17 @@ class PlainBlur {
     }
 
     void TracePixel(int64_t x, uint64_t sum, const uint8_t* pixel, const uint8_t* to) const {
-        if (task_.channels != 1) return;
+        if (channels_ != 1) return;
         TRV_LOG("i", x);
         TRV_LOG("tg", sum);
         TRV_LOG("pixel", pixel);
         TRV_LOG("pixel value", static_cast<int32_t>(*pixel));
-        TRV_LOG("drowG", to + task_.destOffsets[0]);
+        TRV_LOG("drowG", to + task_.destPlaces.offsets[0]);
     }
 
     const BoxBlurTask& task_;
     const Rectangle written_;
+    const size_t channels_;
     ZeroedBytes columns_;
     ZeroedBytes row_;
 };

@@ -2,22 +2,19 @@
 
 // What the two forms of the box blur have in common: the one work to be done, without host or frame.
 
-#include <array>
 #include <cstdint>
 
+#include "filters/lanes.h"
 #include "image/destination.h"
 #include "image/picture_record.h"
 
 namespace trv {
 
-inline constexpr int kMostBlurChannels = 5;
-
 struct BoxBlurTask {
     PictureTRV& source;
     PictureTRV& dest;
-    int channels;  // of the source's family
-    std::array<int64_t, kMostBlurChannels> sourceOffsets;
-    std::array<int64_t, kMostBlurChannels> destOffsets;
+    PixelPlaces sourcePlaces;  // of the channels of the source's family
+    PixelPlaces destPlaces;
     int64_t radius;   // of the window, 0 to 2^35 - 1
     int64_t divisor;  // of its sums: the window's size, but 3 for a radius of 0
     bool vertical;
@@ -40,5 +37,9 @@ struct BoxBlurTask {
 /// The defined order of reading and writing, sample by sample, for any two images and any radius. It alone
 /// writes the passes' diagnostics.
 void BoxBlurPlain(const BoxBlurTask& task);
+
+/// The fast form of the same; false, with nothing done, where only the plain one will do: for images that
+/// share pixels, channels that share bytes, radii beyond any picture, and an instruction set without kernels.
+[[nodiscard]] bool BoxBlurFast(const BoxBlurTask& task);
 
 }  // namespace trv
