@@ -6,6 +6,8 @@
 #include "bridge/picture_export.h"
 #include "bridge/picture_import.h"
 #include "filters/box_blur.h"
+#include "geometry/mirrors.h"
+#include "geometry/turns.h"
 #include "image/life_cycle.h"
 #include "image/mapped_image.h"
 #include "image/picture_factory.h"
@@ -208,6 +210,9 @@ MethodDefinition methods[] = {
     Method<"Channel(index as integer) as PictureTRV", rbChannel>(),
     Method<"MirroredView as PictureTRV", rbMirroredView>(),
     Method<"Close", ImageDestructor>(),
+    Method<"HMirror", rbHMirror>(),
+    Method<"VMirror", rbVMirror>(),
+    Method<"Rotate180", rbRotate180Self>(),
     PictureMethod<"CopyPictureWithAlpha(x as integer, y as integer, w as integer, h as integer) as picture",
                   rbCopyPictureWithAlpha>(),
     PictureMethod<"CopyPictureWithMask(x as integer, y as integer, w as integer, h as integer) as picture",
@@ -338,6 +343,11 @@ MethodDefinition methods[] = {
     Method<"ClipImage as PictureTRV", rbClipImageAll>(),
     Method<"ClipImage(x as integer, y as integer, width as integer, height as integer) as PictureTRV",
            rbClipImage>(),
+    Method<"Rotate90slow(dest as PictureTRV=nil) as PictureTRV", rbRotate90slow>(),
+    Method<"Rotate180(dest as PictureTRV=nil) as PictureTRV", rbRotate180>(),
+    Method<"Rotate270slow(dest as PictureTRV=nil) as PictureTRV", rbRotate270slow>(),
+    Method<"Rotate90(dest as PictureTRV=nil) as PictureTRV", rbRotate90>(),
+    Method<"Rotate270(dest as PictureTRV=nil) as PictureTRV", rbRotate270>(),
     Method<"MapInRows(FirstRow as Integer, LastRow as Integer) as boolean", rbMapInRows>(),
 };
 

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "image/picture_record.h"
+#include "image/store_overlap.h"
 #include "scale/contributions.h"
 #include "scale/families.h"
 
@@ -31,16 +32,9 @@ struct ScaleTask {
     [[nodiscard]] int64_t DestinationRows() const;
 };
 
-/// Whether the record's rows are reached through a picture's own table.
-[[nodiscard]] bool IsRowTable(const PictureTRV& record);
-
 /// Row `y` of an image, or null: where the reader says so, where the image has no such row, after the image
 /// was closed.
 [[nodiscard]] uint8_t* FetchInside(PictureTRV& record, int64_t y);
-
-/// Rows that can be reached one after the other without moving a mapped image's window; without limit in
-/// memory.
-[[nodiscard]] int64_t RowsInReach(const PictureTRV& record);
 
 /// Whether a pass from `from` to `to` must go pixel by pixel in the defined order: the images share memory,
 /// or the log is on and a reader could have something to say in it.

@@ -1,0 +1,144 @@
+#include "geometry/mirrors.h"
+
+#include <cstring>
+
+#include "frame/debug_log.h"
+#include "geometry/pixel_runs.h"
+#include "image/checked_math.h"
+#include "platform/memory.h"
+
+namespace trv {
+
+namespace {
+
+/// Pairs of rows of one image whose bytes are exchanged. Rows of a mapped image cannot be had two at a time,
+/// and a caller's memory may have rows that overlap; then one of them is held in memory meanwhile.
+class RowSwapper {
+  public:
+    /// `span` is the bytes of a row up to the last one that moves.
+    RowSwapper(PictureTRV& image, int64_t span) : image_(image), span_(span) {
+        if (image.IsMapping != 0 || image.RowSize < span) held_ = MakeZeroedBytes(span);
+    }
+
+    /// Calls `swap(a, b)` with the two rows. Rows that cannot be had, or held, are left out.
+    template <class Swap>
+    void Run(int64_t y, int64_t partner, Swap&& swap) {
+        uint8_t* row = FetchRow(image_, y);
+        if (row == nullptr) return;
+        if (image_.IsMapping == 0 && image_.RowSize >= span_) {
+            if (uint8_t* other = FetchRow(image_, partner)) swap(row, other);
+            return;
+        }
+        if (held_ == nullptr) return;
+        const auto bytes = static_cast<size_t>(span_);
+        std::memcpy(held_.get(), row, bytes);
+        uint8_t* other = FetchRow(image_, partner);
+        if (other == nullptr) return;
+        swap(held_.get(), other);
+        row = FetchRow(image_, y);
+        if (row != nullptr) std::memcpy(row, held_.get(), bytes);
+    }
+
+  private:
+    PictureTRV& image_;
+    int64_t span_;
+    ZeroedBytes held_;
+};
+
+/// Bytes of a row of `columns` pixels up to the last byte that moves.
+int64_t SpanOf(const PixelMap& map, const PictureTRV& image, int64_t columns) {
+    return SaturatedAdd(SaturatedMultiply(columns - 1, image.PixelSize), map.ToExtent());
+}
+
+template <class F>
+void HMirrorImage(PictureTRV& image, F family) {
+    TRV_LOG((FamilyLabel<"HMirrorSelf", F>()));
+    const int64_t half = image.Width / 2;
+    const int64_t secondHalf = image.Width - half;
+    PixelMap::Within(family, image, true).Dispatch([&](const auto& pixel, int64_t, int64_t base) {
+        ForEachRow(image, 0, image.Height, [&](uint8_t* row) {
+            row += base;
+            SwapReversed(pixel, row, row + secondHalf * pixel.ToSize(), half);
+        });
+    });
+}
+
+/// Exchanges the rows from both ends through `swap(pixel, a, b, columns)`.
+template <class Swap>
+void SwapRowsOfImage(PictureTRV& image, const PixelMap& map, Swap&& swap) {
+    if (image.RowSize < 1 || image.Width < 1) return;
+    const int64_t width = image.Width;
+    const int64_t height = image.Height;
+    RowSwapper rows(image, SpanOf(map, image, width));
+    map.Dispatch([&](const auto& pixel, int64_t, int64_t base) {
+        for (int64_t y = 0; y < height / 2; ++y) {
+            rows.Run(y, height - 1 - y,
+                     [&](uint8_t* a, uint8_t* b) { swap(pixel, a + base, b + base, width); });
+            YieldIfWanted(image);
+        }
+    });
+}
+
+template <class F>
+void VMirrorImage(PictureTRV& image, F family) {
+    TRV_LOG((FamilyLabel<"VMirrorSelf", F>()));
+    SwapRowsOfImage(
+        image, PixelMap::Within(family, image, false),
+        [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) { SwapForward(pixel, a, b, count); });
+}
+
+/// The middle row of an odd height: what the row above it has become, or, for an only row, nothing.
+void FinishMiddleRow(PictureTRV& image, const PixelMap& map) {
+    const int64_t width = image.Width;
+    const int64_t middle = image.Height / 2;
+    if (image.RowSize < 1 || width < 1) return;
+    ZeroedBytes above = MakeZeroedBytes(SpanOf(map, image, width));
+    if (above == nullptr) return;
+    if (middle > 0) {
+        const uint8_t* row = FetchRow(image, middle - 1);
+        if (row == nullptr) return;
+        std::memcpy(above.get(), row, static_cast<size_t>(SpanOf(map, image, width)));
+    }
+    uint8_t* row = FetchRow(image, middle);
+    if (row == nullptr) return;
+    map.Dispatch([&](const auto& pixel, int64_t, int64_t base) {
+        for (int64_t x = 0; x < width; ++x)
+            pixel.Move(above.get() + base + x * pixel.FromSize(), row + base + x * pixel.ToSize());
+    });
+}
+
+template <class F>
+void Rotate180Image(PictureTRV& image, F family) {
+    TRV_LOG((FamilyLabel<"Rotate180Self", F>()));
+    const PixelMap map = PixelMap::Within(family, image, false);
+    const bool odd = image.Height % 2 != 0;
+    SwapRowsOfImage(image, map, [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) {
+        SwapReversed(pixel, a, b, count);
+    });
+    if (odd) FinishMiddleRow(image, map);
+}
+
+}  // namespace
+
+void rbHMirror(HostObject me) {
+    TRV_LOG("HMirrorSelf");
+    PictureTRV& image = *RecordOf(me);
+    if (!IsValid(&image) || !HasByteSamples(image) || !StartImage(&image)) return;
+    DispatchFamily(image, [&](auto family) { HMirrorImage(image, family); });
+}
+
+void rbVMirror(HostObject me) {
+    TRV_LOG("VMirrorSelf");
+    PictureTRV& image = *RecordOf(me);
+    if (!IsValid(&image) || !HasByteSamples(image) || !StartImage(&image)) return;
+    DispatchFamily(image, [&](auto family) { VMirrorImage(image, family); });
+}
+
+void rbRotate180Self(HostObject me) {
+    TRV_LOG("Rotate180Self");
+    PictureTRV& image = *RecordOf(me);
+    if (!HasByteSamples(image) || !IsValid(&image) || !StartImage(&image)) return;
+    DispatchFamily(image, [&](auto family) { Rotate180Image(image, family); });
+}
+
+}  // namespace trv

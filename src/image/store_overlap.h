@@ -1,0 +1,26 @@
+#pragma once
+
+// What an operation over two images may hold on to: whether they can reach the same bytes, and how many of an
+// image's rows stay where they are together.
+
+#include <cstdint>
+
+#include "image/picture_record.h"
+
+namespace trv {
+
+/// Whether the record's rows are reached through a picture's own table.
+[[nodiscard]] bool IsRowTable(const PictureTRV& record);
+
+/// Whether the record's rows lie at a fixed distance from each other.
+[[nodiscard]] bool IsLinear(const PictureTRV& record);
+
+/// Whether the two images, both open, may reach the same bytes, so that the order of reading and writing
+/// shows in the result. Rather true than false.
+[[nodiscard]] bool MayShareMemory(PictureTRV& a, PictureTRV& b);
+
+/// Rows that can be reached one after the other without moving a mapped image's window; without limit in
+/// memory. At least 1.
+[[nodiscard]] int64_t RowsInReach(const PictureTRV& record);
+
+}  // namespace trv
