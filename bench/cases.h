@@ -65,6 +65,7 @@ void EnterScaling();
 void EnterFills();
 void EnterPictures();
 void EnterRows();
+void EnterGeometry();
 void EnterNeighbourhoods();
 
 }  // namespace trvbench

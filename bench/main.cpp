@@ -101,6 +101,7 @@ int main(int argc, char** argv) {
     trvbench::EnterFills();
     trvbench::EnterPictures();
     trvbench::EnterRows();
+    trvbench::EnterGeometry();
     trvbench::EnterNeighbourhoods();
     trvbench::Table table(trvbench::Lines());
     benchmark::RunSpecifiedBenchmarks(&table);

@@ -99,38 +99,46 @@ int64_t TurnLines(const uint8_t* const* from, int64_t columns, uint8_t* const* t
     return x;
 }
 
-}  // namespace
-
-template <int kSize>
-int64_t RunKernels<kSize>::SwapReversed(uint8_t* a, uint8_t* b, int64_t count, uint32_t keep) {
+template <int kSize, class StoreVector>
+int64_t SwapVectors(uint8_t* a, uint8_t* b, int64_t count, StoreVector&& store) {
     constexpr int64_t kStep = kVectorBytes / kSize;
-    const Vector kept = _mm_set1_epi32(static_cast<int>(keep));
     int64_t i = 0;
     for (; i + kStep <= count; i += kStep) {
         uint8_t* left = a + i * kSize;
         uint8_t* right = b + (count - i - kStep) * kSize;
         const Vector first = Reversed<kSize>(Load(left));
         const Vector second = Reversed<kSize>(Load(right));
-        StoreKeeping(left, second, kept);
-        StoreKeeping(right, first, kept);
+        store(left, second);
+        store(right, first);
     }
     return i;
 }
 
+template <int kSize, class StoreVector>
+int64_t CopyVectors(const uint8_t* from, uint8_t* to, int64_t count, StoreVector&& store) {
+    constexpr int64_t kStep = kVectorBytes / kSize;
+    int64_t i = 0;
+    for (; i + kStep <= count; i += kStep)
+        store(to + i * kSize, Reversed<kSize>(Load(from + (count - i - kStep) * kSize)));
+    return i;
+}
+
+}  // namespace
+
+template <int kSize>
+int64_t RunKernels<kSize>::SwapReversed(uint8_t* a, uint8_t* b, int64_t count, uint32_t keep) {
+    const Vector kept = _mm_set1_epi32(static_cast<int>(keep));
+    return keep == 0 ? SwapVectors<kSize>(a, b, count, Store)
+                     : SwapVectors<kSize>(a, b, count,
+                                          [kept](uint8_t* at, Vector v) { StoreKeeping(at, v, kept); });
+}
+
 template <int kSize>
 int64_t RunKernels<kSize>::CopyReversed(const uint8_t* from, uint8_t* to, int64_t count, uint32_t keep) {
-    constexpr int64_t kStep = kVectorBytes / kSize;
     const Vector kept = _mm_set1_epi32(static_cast<int>(keep));
-    int64_t i = 0;
-    for (; i + kStep <= count; i += kStep) {
-        const Vector vector = Reversed<kSize>(Load(from + (count - i - kStep) * kSize));
-        if (keep == 0) {
-            Store(to + i * kSize, vector);
-        } else {
-            StoreKeeping(to + i * kSize, vector, kept);
-        }
-    }
-    return i;
+    return keep == 0 ? CopyVectors<kSize>(from, to, count, Store)
+                     : CopyVectors<kSize>(from, to, count,
+                                          [kept](uint8_t* at, Vector v) { StoreKeeping(at, v, kept); });
 }
 
 template <int kSize>

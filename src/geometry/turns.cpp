@@ -1,8 +1,8 @@
 #include "geometry/turns.h"
 
 #include "frame/debug_log.h"
-#include "geometry/plain_turn.h"
 #include "geometry/pixel_runs.h"
+#include "geometry/plain_turn.h"
 #include "geometry/quarter_turn.h"
 #include "image/destination.h"
 #include "image/row_pair.h"

@@ -1,0 +1,118 @@
+#include <libyuv.h>
+#include <opencv2/imgproc.hpp>
+
+#include "opencv.h"
+#include "pillow.h"
+#include "plugin.h"
+
+namespace trvbench {
+namespace {
+
+const std::string kLibyuv = "libyuv";
+constexpr Layout kLayout = Layout::Rgba;
+
+constexpr Size Turned(Size size) {
+    return {size.height, size.width};
+}
+
+// Mirrors
+// -----------------------------------------------------------------------------------------------------------
+
+Work MirrorWithPlugin(const char* method) {
+    const Ref image = SourceImage(kLayout, kLarge);
+    const auto run = TheHost().Method<void()>("PictureTRV", method);
+    return [=]() { run(image); };
+}
+
+/// Into another image of its own, since the others have nothing in place.
+Work FlipWithOpenCv(int code) {
+    const cv::Mat source = SourceMat(kLayout, kLarge);
+    cv::Mat target = TargetMat(kLayout, kLarge);
+    return [=]() mutable { cv::flip(source, target, code); };
+}
+
+Work MirrorWithLibyuv(bool columns) {
+    const cv::Mat source = SourceMat(kLayout, kLarge);
+    cv::Mat target = TargetMat(kLayout, kLarge);
+    const int row = kLarge.width * 4;
+    return [=]() {
+        if (columns) {
+            libyuv::ARGBMirror(source.data, row, target.data, row, kLarge.width, kLarge.height);
+        } else {
+            libyuv::ARGBCopy(source.data, row, target.data, row, kLarge.width, -kLarge.height);
+        }
+    };
+}
+
+void EnterMirrors() {
+    const size_t bytes = BytesOf(kLayout, kLarge);
+    EnterLine(
+        "HMirror RGBA", bytes, [] { return MirrorWithPlugin("HMirror"); },
+        {{kOpenCv, [] { return FlipWithOpenCv(1); }},
+         {kPillow, [] { return PillowWork(kLayout, kLarge, "image.transpose(Image.FLIP_LEFT_RIGHT)"); }},
+         {kLibyuv, [] { return MirrorWithLibyuv(true); }}});
+    EnterLine(
+        "VMirror RGBA", bytes, [] { return MirrorWithPlugin("VMirror"); },
+        {{kOpenCv, [] { return FlipWithOpenCv(0); }},
+         {kPillow, [] { return PillowWork(kLayout, kLarge, "image.transpose(Image.FLIP_TOP_BOTTOM)"); }},
+         {kLibyuv, [] { return MirrorWithLibyuv(false); }}});
+}
+
+// Turns
+// -------------------------------------------------------------------------------------------------------------
+
+Work TurnWithPlugin(const char* declaration, Size targetSize) {
+    const Ref source = SourceImage(kLayout, kLarge);
+    const Ref target = EmptyImage(targetSize, FormatOf(kLayout));
+    const auto run = TheHost().Method<Ref(Ref)>("PictureTRV", declaration);
+    return [=]() { Expect(static_cast<bool>(run(source, target)), declaration); };
+}
+
+Work TurnWithOpenCv(cv::RotateFlags way, Size targetSize) {
+    const cv::Mat source = SourceMat(kLayout, kLarge);
+    cv::Mat target = TargetMat(kLayout, targetSize);
+    return [=]() mutable { cv::rotate(source, target, way); };
+}
+
+Work TurnWithLibyuv(libyuv::RotationMode way, Size targetSize) {
+    const cv::Mat source = SourceMat(kLayout, kLarge);
+    cv::Mat target = TargetMat(kLayout, targetSize);
+    return [=]() {
+        libyuv::ARGBRotate(source.data, kLarge.width * 4, target.data, targetSize.width * 4, kLarge.width,
+                           kLarge.height, way);
+    };
+}
+
+void EnterTurns() {
+    const struct {
+        const char* name;
+        const char* declaration;
+        cv::RotateFlags openCv;
+        const char* pillow;
+        libyuv::RotationMode libyuv;
+        Size size;
+    } turns[] = {
+        {"Rotate90 RGBA", "Rotate90(dest as PictureTRV=nil) as PictureTRV", cv::ROTATE_90_COUNTERCLOCKWISE,
+         "image.transpose(Image.ROTATE_90)", libyuv::kRotate270, Turned(kLarge)},
+        {"Rotate180 RGBA", "Rotate180(dest as PictureTRV=nil) as PictureTRV", cv::ROTATE_180,
+         "image.transpose(Image.ROTATE_180)", libyuv::kRotate180, kLarge},
+        {"Rotate270 RGBA", "Rotate270(dest as PictureTRV=nil) as PictureTRV", cv::ROTATE_90_CLOCKWISE,
+         "image.transpose(Image.ROTATE_270)", libyuv::kRotate90, Turned(kLarge)},
+    };
+    for (const auto& turn : turns) {
+        EnterLine(turn.name, BytesOf(kLayout, kLarge),
+                  [turn] { return TurnWithPlugin(turn.declaration, turn.size); },
+                  {{kOpenCv, [turn] { return TurnWithOpenCv(turn.openCv, turn.size); }},
+                   {kPillow, [turn] { return PillowWork(kLayout, kLarge, turn.pillow); }},
+                   {kLibyuv, [turn] { return TurnWithLibyuv(turn.libyuv, turn.size); }}});
+    }
+}
+
+}  // namespace
+
+void EnterGeometry() {
+    EnterMirrors();
+    EnterTurns();
+}
+
+}  // namespace trvbench
