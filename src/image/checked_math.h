@@ -32,7 +32,8 @@ namespace trv {
     return SaturatedAdd(value, unit - 1) / unit * unit;
 }
 
-/// `value` without its fraction, at the nearest end of the type where it does not fit; 0 for what is no number.
+/// `value` without its fraction, at the nearest end of the type where it does not fit; 0 for what is no
+/// number.
 template <class Integer>
 [[nodiscard]] constexpr Integer SaturatedTruncate(double value) {
     // The lowest number is a power of two and exact as a double; the highest need not be.

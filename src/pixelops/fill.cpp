@@ -5,9 +5,9 @@
 #include <utility>
 
 #include "frame/debug_log.h"
+#include "image/noise.h"
 #include "image/pixel_loop.h"
 #include "pixelops/fill_pattern.h"
-#include "platform/clock_and_chance.h"
 
 namespace trv {
 
@@ -112,30 +112,6 @@ int32_t GrayOf(const Colour& colour) {
 
 // Noise
 // -----------------------------------------------------------------------------------------------------------
-
-/// Random bytes, drawn in stretches since each draw is a call of the system.
-class Noise {
-  public:
-    uint8_t Next() {
-        if (left_ == 0) Refill();
-        return pool_[--left_];
-    }
-
-    void Fill(uint8_t* bytes, size_t count) {
-        if (SecureRandomBytes(bytes, count)) return;
-        for (size_t i = 0; i < count; ++i)
-            bytes[i] = LowByte(PlainRandom());
-    }
-
-  private:
-    void Refill() {
-        Fill(pool_, sizeof pool_);
-        left_ = sizeof pool_;
-    }
-
-    uint8_t pool_[256];
-    size_t left_ = 0;
-};
 
 /// The channels that get noise, in the order of drawing; nothing for a layout outside the families.
 size_t NoiseChannels(const PictureTRV& image, Channel (&channels)[5]) {
@@ -299,18 +275,18 @@ void rbFillRectRandom(HostObject me, int64_t x, int64_t y, int64_t width, int64_
     Rectangle rectangle{x, y, width, height};
     TRV_LOG("FillRectRandom5");
     if (!IsValid(&image) || !FixAndKeep(image, rectangle) || !StartImage(&image)) return;
-    Noise noise;
     if (IsPacked(image)) {
-        ForEachPackedSpan(image, rectangle, [&](uint8_t* span, size_t bytes) { noise.Fill(span, bytes); });
+        ForEachPackedSpan(image, rectangle, [&](uint8_t* span, size_t bytes) { Noise::Fill(span, bytes); });
         return;
     }
+    Noise noise;
     Channel channels[5];
     const size_t channelCount = NoiseChannels(image, channels);
     ForEachRow(image, rectangle.y, rectangle.height, [&](uint8_t* row) {
         uint8_t* pixel = row + rectangle.x * image.PixelSize;
         for (int64_t i = 0; i < rectangle.width; ++i, pixel += image.PixelSize) {
             for (size_t c = 0; c < channelCount; ++c)
-                pixel[OffsetOf(image, channels[c])] = noise.Next();
+                pixel[OffsetOf(image, channels[c])] = noise.NextByte();
         }
     });
 }

@@ -6,6 +6,13 @@
 #include "bridge/picture_export.h"
 #include "bridge/picture_import.h"
 #include "filters/box_blur.h"
+#include "filters/diffuse.h"
+#include "filters/dither.h"
+#include "filters/engrave.h"
+#include "filters/neon.h"
+#include "filters/oil.h"
+#include "filters/point_filters.h"
+#include "filters/stamp.h"
 #include "geometry/mirrors.h"
 #include "geometry/turns.h"
 #include "image/life_cycle.h"
@@ -189,12 +196,41 @@ MethodDefinition methods[] = {
            "RowSize as "
            "integer)",
            ImageConstructorMemory>(),
+    Method<"OilFilter(dest as PictureTRV, levels as integer, range as integer) as PictureTRV", rbOilFilter>(),
+    Method<"DiffuseFilter(dest as PictureTRV, level as integer) as PictureTRV", rbDiffuseFilter>(),
+    Method<"EngraveFilter(dest as PictureTRV, level as integer) as PictureTRV", rbEngraveFilter>(),
+    Method<"NeonFilter(dest as PictureTRV) as PictureTRV", rbNeonFilter>(),
     Method<"BoxBlurFilter(dest as PictureTRV, Radius as double, Vertical as boolean = true, Horizontal as "
            "boolean = true) as PictureTRV",
            rbBoxBlurFilter>(),
     Method<"BoxBlurFilter(dest as PictureTRV, Radius as double, Iterations as integer, Vertical as boolean = "
            "true, Horizontal as boolean = true) as PictureTRV",
            rbBoxBlurFilterIterations>(),
+    Method<"SolarizeFilter(dest as PictureTRV) as PictureTRV", rbSolarizeFilter>(),
+    Method<"GammaFilter(dest as PictureTRV, redGamma as double, greenGamma as double, blueGamma as double) "
+           "as PictureTRV",
+           rbGammaFilterRGB>(),
+    Method<"GammaFilter(dest as PictureTRV, redGamma as double, greenGamma as double, blueGamma as double, "
+           "alphaGamma as double) as PictureTRV",
+           rbGammaFilterRGBA>(),
+    Method<"GammaFilter(dest as PictureTRV, gamma as double) as PictureTRV", rbGammaFilterG>(),
+    Method<"GammaFilter(dest as PictureTRV, gamma as double, alphaGamma as double) as PictureTRV",
+           rbGammaFilterGA>(),
+    Method<"DitherFilter(dest as PictureTRV, matrix as integer, levels as integer) as PictureTRV",
+           rbDitherFilter>(),
+    Method<"GainFilter(dest as PictureTRV, gain as double, bias as double) as PictureTRV", rbGainFilter>(),
+    Method<"StampFilter(dest as PictureTRV, radius as double, threshold as double, softness as double, Black "
+           "as Color, White as Color) as PictureTRV",
+           rbStampFilter>(),
+    Method<"TransferFilter(dest as PictureTRV, red() as integer, green() as integer, blue() as integer) as "
+           "PictureTRV",
+           rbTransferFilterRGB>(),
+    Method<"TransferFilter(dest as PictureTRV, red() as integer, green() as integer, blue() as integer, "
+           "alpha() as integer) as PictureTRV",
+           rbTransferFilterRGBA>(),
+    Method<"TransferFilter(dest as PictureTRV, gray() as integer) as PictureTRV", rbTransferFilterG>(),
+    Method<"TransferFilter(dest as PictureTRV, gray() as integer, alpha() as integer) as PictureTRV",
+           rbTransferFilterGA>(),
     Method<"AlphaChannel as PictureTRV", rbChannelView<Channel::Alpha>>(),
     Method<"RedChannel as PictureTRV", rbChannelView<Channel::Red>>(),
     Method<"GreenChannel as PictureTRV", rbChannelView<Channel::Green>>(),

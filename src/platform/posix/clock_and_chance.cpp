@@ -1,6 +1,6 @@
 #include "platform/clock_and_chance.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <sys/random.h>
@@ -16,11 +16,12 @@ uint32_t TickCount() {
 }
 
 bool SecureRandomBytes(uint8_t* bytes, size_t count) {
-    // The system never cuts requests of up to 256 bytes short.
+    // Long requests can be cut short by a signal.
     for (size_t done = 0; done < count;) {
-        const size_t wanted = std::min<size_t>(count - done, 256);
-        if (getrandom(bytes + done, wanted, 0) != static_cast<ssize_t>(wanted)) return false;
-        done += wanted;
+        const ssize_t got = getrandom(bytes + done, count - done, 0);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return false;
+        done += static_cast<size_t>(got);
     }
     return true;
 }

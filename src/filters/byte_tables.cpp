@@ -1,0 +1,48 @@
+#include "filters/byte_tables.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "frame/instruction_set.h"
+
+namespace trv {
+
+namespace {
+
+template <size_t kChannels>
+void MapPlain(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables) {
+    for (; pixels > 0; --pixels, bytes += kChannels) {
+        for (size_t channel = 0; channel < kChannels; ++channel)
+            bytes[channel] = tables[channel][bytes[channel]];
+    }
+}
+
+void MapPlain(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables) {
+    using Map = void (*)(uint8_t*, int64_t, std::span<const ByteTable>);
+    constexpr Map kMaps[] = {MapPlain<1>, MapPlain<2>, MapPlain<3>, MapPlain<4>, MapPlain<5>};
+    kMaps[tables.size() - 1](bytes, pixels, tables);
+}
+
+/// What can be had from vectors is not worth it for different tables by way of 16 entries at once.
+MapBytesKernel KernelFor(std::span<const ByteTable> tables) {
+    const InstructionSet set = ChosenInstructionSet();
+    if (set >= InstructionSet::Avx512 && RunsMapBytesAvx512()) return MapBytesAvx512;
+    if (set >= InstructionSet::Avx2 && tables.size() == 1) return MapBytesAvx2;
+    return nullptr;
+}
+
+}  // namespace
+
+void MapBytes(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables) {
+    // One table for all channels is one channel with more samples.
+    if (std::adjacent_find(tables.begin(), tables.end(), std::not_equal_to<>()) == tables.end()) {
+        pixels *= static_cast<int64_t>(tables.size());
+        tables = tables.first(1);
+    }
+    const auto channels = static_cast<int64_t>(tables.size());
+    const MapBytesKernel kernel = KernelFor(tables);
+    const int64_t done = kernel == nullptr ? 0 : kernel(bytes, pixels * channels, tables);
+    MapPlain(bytes + done, pixels - done / channels, tables);
+}
+
+}  // namespace trv

@@ -1,0 +1,28 @@
+#pragma once
+
+// Work on runs of samples, in a plain form and one of vectors with the same results.
+
+#include <cstdint>
+
+namespace trv {
+
+/// Kernels do `count` bytes, all of them.
+struct SampleKernels {
+    /// bytes[i] - others[i] + 128, kept within 0..255, into bytes.
+    void (*relief)(uint8_t* bytes, const uint8_t* others, int64_t count);
+    /// The length of the gradient of `rows` towards `right` and `below`, times the square root of 2 and at
+    /// most 255, into `result`: of s, the sum of the squared differences, the truncated square root of 2 s.
+    void (*glow)(const uint8_t* row, const uint8_t* right, const uint8_t* below, uint8_t* result,
+                 int64_t count);
+    /// low[i] where bytes[i] is above limits[i], else high[i], into bytes.
+    void (*choose)(uint8_t* bytes, const uint8_t* limits, const uint8_t* low, const uint8_t* high,
+                   int64_t count);
+};
+
+/// The kernels of the instruction set in use.
+[[nodiscard]] const SampleKernels& ActiveSampleKernels();
+
+extern const SampleKernels kSampleKernelsPlain;
+extern const SampleKernels kSampleKernelsAvx2;
+
+}  // namespace trv
