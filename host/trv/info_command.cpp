@@ -10,6 +10,11 @@ namespace trvhost::program {
 
 namespace {
 
+struct InfoOptions {
+    bool members = false;
+    HostChoice host;
+};
+
 /// A member's flag that makes it visible; without it a host of an old version hides what it has no use for.
 constexpr uint64_t kVisible = 4;
 
@@ -106,9 +111,20 @@ void PrintHost(const HostChoice& choice, bool withMembers) {
         PrintMembers(*definition);
 }
 
+void RunInfo(const InfoOptions& options) {
+    std::printf("plug-in %s\n", ToText(PluginFile(options.host)).c_str());
+    HostChoice choice = options.host;
+    for (const double version : options.host.versions) {
+        choice.versions = {version};
+        PrintHost(choice, options.members);
+    }
+}
+
 }  // namespace
 
-CLI::App& AddInfo(CLI::App& program, InfoOptions& options) {
+Verb AddInfo(CLI::App& program) {
+    const auto held = std::make_shared<InfoOptions>();
+    InfoOptions& options = *held;
     CLI::App& verb = *program.add_subcommand("info", "Show what the plug-in registers with a host");
     verb.group("Verbs");
     verb.add_flag("-m,--members", options.members, "List every member as it is declared");
@@ -119,16 +135,7 @@ CLI::App& AddInfo(CLI::App& program, InfoOptions& options) {
         "Examples:\n"
         "  trv info --members\n"
         "  trv info --host-version 2007.02 2013.04 2024.01");
-    return verb;
-}
-
-void RunInfo(const InfoOptions& options) {
-    std::printf("plug-in %s\n", ToText(PluginFile(options.host)).c_str());
-    HostChoice choice = options.host;
-    for (const double version : options.host.versions) {
-        choice.versions = {version};
-        PrintHost(choice, options.members);
-    }
+    return {&verb, [held] { RunInfo(*held); }};
 }
 
 }  // namespace trvhost::program

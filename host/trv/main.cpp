@@ -7,11 +7,13 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "help_text.h"
 #include "info_command.h"
 #include "platform.h"
 #include "scale_command.h"
+#include "view_commands.h"
 
 namespace {
 
@@ -29,8 +31,23 @@ int Complain(int status, std::string text) {
     return status;
 }
 
+std::vector<Verb> AddVerbs(CLI::App& program) {
+    std::vector<Verb> verbs = {AddScale(program)};
+    const auto add = [&](std::vector<Verb> more) { verbs.insert(verbs.end(), more.begin(), more.end()); };
+    add(AddViewVerbs(program));
+    verbs.push_back(AddInfo(program));
+    return verbs;
+}
+
+/// The verb that the command line names, or null.
+const Verb* Given(const std::vector<Verb>& verbs) {
+    const auto found =
+        std::find_if(verbs.begin(), verbs.end(), [](const Verb& verb) { return verb.app->parsed(); });
+    return found == verbs.end() ? nullptr : &*found;
+}
+
 int Run(std::vector<std::string> arguments) {
-    CLI::App program("Scales pictures with the image processing plug-in PictureTRV.", "trv");
+    CLI::App program("Works on pictures with the image processing plug-in PictureTRV.", "trv");
     const auto help = std::make_shared<HelpText>();
     help->label("Positionals", "Arguments");
     program.formatter(help);
@@ -41,26 +58,20 @@ int Run(std::vector<std::string> arguments) {
         "trv VERB --help tells more. Exit status: 0 done, 1 failed (one line on standard error says why),\n"
         "2 command line not understood.");
     program.require_subcommand(0, 1);
-    ScaleOptions scaleOptions;
-    InfoOptions infoOptions;
-    const CLI::App& scale = AddScale(program, scaleOptions);
-    const CLI::App& info = AddInfo(program, infoOptions);
+    const std::vector<Verb> verbs = AddVerbs(program);
     try {
         std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
         program.parse(std::move(arguments));
     } catch (const CLI::Success& e) {
         return program.exit(e);
     } catch (const CLI::ParseError& e) {
-        const std::string verb = scale.parsed() ? "scale " : info.parsed() ? "info " : "";
-        return Complain(kNotUnderstood, std::string(e.what()) + " (see trv " + verb + "--help)");
+        const Verb* verb = Given(verbs);
+        const std::string name = verb == nullptr ? "" : verb->app->get_name() + " ";
+        return Complain(kNotUnderstood, std::string(e.what()) + " (see trv " + name + "--help)");
     }
-    if (scale.parsed()) {
-        RunScale(scaleOptions);
-    } else if (info.parsed()) {
-        RunInfo(infoOptions);
-    } else {
-        return Complain(kNotUnderstood, "what is to be done, scale or info? (see trv --help)");
-    }
+    const Verb* verb = Given(verbs);
+    if (verb == nullptr) return Complain(kNotUnderstood, "what is to be done? (see trv --help)");
+    verb->run();
     return 0;
 }
 
