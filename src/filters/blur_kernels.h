@@ -52,9 +52,20 @@ struct SumKernels {
     std::array<Slide, 4> slide;
 };
 
+/// How a sample is mixed with two neighbours: ((a + b) * side + centre) * scale, truncated. The weights are
+/// finite and give less than 256.
+struct TapWeights {
+    double side;
+    double scale;
+};
+
 struct BlurKernels {
     SumKernels<uint16_t, NarrowDivision> narrow;
     SumKernels<uint32_t, WideDivision> wide;
+    /// Mixes lanes with those of two neighbours, in double precision and in the order of the formula. The
+    /// target is none of the rows that are read.
+    void (*tap)(const uint8_t* a, const uint8_t* b, const uint8_t* centre, uint8_t* to, int64_t lanes,
+                const TapWeights& weights);
 };
 
 extern const BlurKernels kBlurKernelsBaseline;

@@ -44,7 +44,7 @@ struct LanePlan {
 };
 
 /// The plan with so many lanes a pixel, at least as many as there are channels, that spares most conversions:
-/// as the destination has them, else as the source has them. The places in `dest` must be apart.
+/// as the destination has them, else as the source has them, else in order.
 [[nodiscard]] LanePlan ChooseLanes(const PixelPlaces& source, const PixelPlaces& dest, int64_t lanes);
 
 /// Gives rows of an image as lanes.

@@ -6,6 +6,7 @@
 #include "bridge/picture_export.h"
 #include "bridge/picture_import.h"
 #include "filters/box_blur.h"
+#include "filters/box_blur_fractional.h"
 #include "filters/diffuse.h"
 #include "filters/dither.h"
 #include "filters/engrave.h"
@@ -206,6 +207,8 @@ MethodDefinition methods[] = {
     Method<"BoxBlurFilter(dest as PictureTRV, Radius as double, Iterations as integer, Vertical as boolean = "
            "true, Horizontal as boolean = true) as PictureTRV",
            rbBoxBlurFilterIterations>(),
+    Method<"BoxBlurFractionalFilter(dest as PictureTRV, Radius as double) as PictureTRV",
+           rbBoxBlurFractionalFilter>(),
     Method<"SolarizeFilter(dest as PictureTRV) as PictureTRV", rbSolarizeFilter>(),
     Method<"GammaFilter(dest as PictureTRV, redGamma as double, greenGamma as double, blueGamma as double) "
            "as PictureTRV",

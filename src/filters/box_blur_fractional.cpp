@@ -1,0 +1,142 @@
+#include "filters/box_blur_fractional.h"
+
+#include <array>
+#include <cmath>
+
+#include "filters/blur_kernels.h"
+#include "filters/filter_frame.h"
+#include "filters/lanes.h"
+#include "image/row_readers.h"
+
+namespace trv {
+
+namespace {
+
+TapWeights WeightsOf(double radius) {
+    const double side = radius - std::floor(radius);
+    const double scale = 1.0 / (side + side + 1.0);
+    TRV_LOG("radius *1000", side * 1000);
+    TRV_LOG("f *1000", scale * 1000);
+    // Of no number nothing is left.
+    return std::isfinite(side) ? TapWeights{side, scale} : TapWeights{0, 0};
+}
+
+class FractionalBlur {
+  public:
+    FractionalBlur(PictureTRV& source, PictureTRV& dest, const PixelPlaces& from, const PixelPlaces& to,
+                   const TapWeights& weights)
+        : source_(source),
+          dest_(dest),
+          written_(CommonRectangle(dest, source)),
+          weights_(weights),
+          plan_(ChooseLanes(from, to, static_cast<int64_t>(from.channels))),
+          lanes_(written_.width * plan_.lanes),
+          rows_{Reader(from), Reader(from), Reader(from)},
+          along_(Reader(to)),
+          nothing_(MakeZeroedBytes(lanes_)),
+          to_(to, plan_, written_.width) {
+        const BlurKernels* kernels = ActiveBlurKernels();
+        tap_ = (kernels != nullptr ? *kernels : kBlurKernelsBaseline).tap;
+    }
+
+    /// False without memory.
+    [[nodiscard]] explicit operator bool() const {
+        return rows_[0] && rows_[1] && rows_[2] && along_ && nothing_ != nullptr && to_;
+    }
+
+    /// The vertical pass. What it reads is held, so that the rows may be overwritten.
+    void Down() {
+        const int64_t last = source_.Height - 1;
+        const uint8_t* above = nothing_.get();
+        const uint8_t* centre = ReadRow(0);
+        for (int64_t y = 0; y < written_.height; ++y) {
+            const uint8_t* below = y < last ? ReadRow(y + 1) : nothing_.get();
+            uint8_t* row = FetchRow(dest_, y);
+            if (y == 0 && last > 0) {
+                Tap(centre, centre, centre, to_.Lanes(row), lanes_);
+            } else if (y == 0) {
+                // The one row is the neighbour of a row that does not exist.
+                Tap(centre, below, below, to_.Lanes(row), lanes_);
+            } else {
+                Tap(above, y < last ? below : centre, centre, to_.Lanes(row), lanes_);
+            }
+            to_.Write(row);
+            above = centre;
+            centre = below;
+        }
+    }
+
+    /// The horizontal pass, on the destination alone.
+    void Along() {
+        for (int64_t y = 0; y < written_.height; ++y) {
+            uint8_t* row = FetchRow(dest_, y);
+            if (row == nullptr) continue;
+            AlongRow(along_.Read(row), to_.Lanes(row));
+            to_.Write(row);
+        }
+    }
+
+  private:
+    [[nodiscard]] LaneReader Reader(const PixelPlaces& places) const {
+        return {places, plan_, written_.width, true};
+    }
+
+    /// Three rows are held at a time.
+    const uint8_t* ReadRow(int64_t y) { return rows_[static_cast<size_t>(y % 3)].Read(FetchRow(source_, y)); }
+
+    void AlongRow(const uint8_t* from, uint8_t* to) const {
+        const int64_t pixel = plan_.lanes;
+        if (lanes_ == pixel) {
+            Tap(from, nothing_.get(), from, to, pixel);
+            return;
+        }
+        Tap(from, from + pixel, from, to, pixel);
+        Tap(from, from + 2 * pixel, from + pixel, to + pixel, lanes_ - 2 * pixel);
+        const uint8_t* last = from + lanes_ - pixel;
+        Tap(last, last, last, to + lanes_ - pixel, pixel);
+    }
+
+    void Tap(const uint8_t* a, const uint8_t* b, const uint8_t* centre, uint8_t* to, int64_t lanes) const {
+        tap_(a, b, centre, to, lanes, weights_);
+    }
+
+    PictureTRV& source_;
+    PictureTRV& dest_;
+    const Rectangle written_;
+    const TapWeights weights_;
+    const LanePlan plan_;
+    const int64_t lanes_;
+    std::array<LaneReader, 3> rows_;
+    LaneReader along_;
+    ZeroedBytes nothing_;
+    LaneWriter to_;
+    decltype(BlurKernels::tap) tap_;
+};
+
+template <class F>
+void BlurFamily(PictureTRV& source, PictureTRV& dest, double radius) {
+    TRV_LOG((FamilyLabel<"BoxBlurFractionalFilter", F>()));
+    const TapWeights weights = WeightsOf(radius);
+    if (CommonRectangle(dest, source).IsEmpty()) return;
+    FractionalBlur blur(source, dest, PlacesOf<F>(source), PlacesOf<F>(dest), weights);
+    if (!blur) return;
+    TRV_LOG("Vertical");
+    blur.Down();
+    TRV_LOG("horizontal");
+    blur.Along();
+}
+
+}  // namespace
+
+HostObject rbBoxBlurFractionalFilter(HostObject me, HostObject dest, double radius) {
+    TRV_LOG("BoxBlurFractionalFilter", radius);
+    const auto work = [radius](PictureTRV& source, PictureTRV& target) {
+        // The workers of colours serve inks as well, with the colours' offsets.
+        return DispatchFamily(source.IsGray != 0, source.IsRGB != 0 || source.IsCMYK != 0, false,
+                              source.HasAlpha != 0,
+                              [&]<class F>(F) { BlurFamily<F>(source, target, radius); });
+    };
+    return RunFilter(me, dest, {FilterTest::Valid, FilterTest::ByteSamples}, work);
+}
+
+}  // namespace trv
