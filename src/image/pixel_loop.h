@@ -120,16 +120,17 @@ struct LayoutFamily {
     }
 };
 
-/// The label of a stage of one family: the operation's name followed by the family's letters.
-template <FixedText kName, class F>
+/// The label of a stage of one family: the operation's name followed by the family's letters, and by what
+/// tells the stage from its like.
+template <FixedText kName, class F, FixedText kSuffix = "">
 [[nodiscard]] const char* FamilyLabel() {
     static constexpr auto label = [] {
-        std::array<char, kName.View().size() + F::letters.size() + 1> text{};
+        std::array<char, kName.View().size() + F::letters.size() + kSuffix.View().size() + 1> text{};
         size_t length = 0;
-        for (const char c : kName.View())
-            text[length++] = c;
-        for (const char c : F::letters)
-            text[length++] = c;
+        for (const std::string_view part : {kName.View(), F::letters, kSuffix.View()}) {
+            for (const char c : part)
+                text[length++] = c;
+        }
         return text;
     }();
     return label.data();

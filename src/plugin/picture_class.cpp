@@ -10,10 +10,12 @@
 #include "filters/diffuse.h"
 #include "filters/dither.h"
 #include "filters/engrave.h"
+#include "filters/matrix_filter.h"
 #include "filters/neon.h"
 #include "filters/oil.h"
 #include "filters/point_filters.h"
 #include "filters/stamp.h"
+#include "filters/unsharp_filter.h"
 #include "geometry/mirrors.h"
 #include "geometry/turns.h"
 #include "image/life_cycle.h"
@@ -234,6 +236,8 @@ MethodDefinition methods[] = {
     Method<"TransferFilter(dest as PictureTRV, gray() as integer) as PictureTRV", rbTransferFilterG>(),
     Method<"TransferFilter(dest as PictureTRV, gray() as integer, alpha() as integer) as PictureTRV",
            rbTransferFilterGA>(),
+    Method<"UnsharpFilter(origpixels as PictureTRV, Amount as double, Threshold as integer) as boolean",
+           rbUnsharpFilter>(),
     Method<"AlphaChannel as PictureTRV", rbChannelView<Channel::Alpha>>(),
     Method<"RedChannel as PictureTRV", rbChannelView<Channel::Red>>(),
     Method<"GreenChannel as PictureTRV", rbChannelView<Channel::Green>>(),
@@ -387,6 +391,16 @@ MethodDefinition methods[] = {
     Method<"Rotate270slow(dest as PictureTRV=nil) as PictureTRV", rbRotate270slow>(),
     Method<"Rotate90(dest as PictureTRV=nil) as PictureTRV", rbRotate90>(),
     Method<"Rotate270(dest as PictureTRV=nil) as PictureTRV", rbRotate270>(),
+    Method<"ApplyMatrix(dest as PictureTRV, MatrixDimension as integer, matrix() as integer) as PictureTRV",
+           rbApplyMatrix>(),
+    Method<
+        "ApplyMatrix(dest as PictureTRV, MatrixDimension as integer, matrix() as integer, delta as integer) "
+        "as PictureTRV",
+        rbApplyMatrixDelta>(),
+    Method<
+        "ApplyMatrix(dest as PictureTRV, MatrixDimension as integer, matrix() as integer, delta as integer, "
+        "ScaleFactor as double) as PictureTRV",
+        rbApplyMatrixScaled>(),
     Method<"MapInRows(FirstRow as Integer, LastRow as Integer) as boolean", rbMapInRows>(),
 };
 
