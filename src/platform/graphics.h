@@ -32,6 +32,14 @@ static_assert(sizeof(GdiPlusBitmapData) == 32);
 [[nodiscard]] int32_t LockGdiPlusBitmap(void* bitmap, uint32_t mode, int32_t pixelFormat,
                                         GdiPlusBitmapData* data);
 
+/// Makes the next locks fail as those of a bitmap that cannot be had in the format or for the mode that was
+/// asked for, so that a test can see what is tried then: there are such bitmaps, but nobody can make one at
+/// will.
+struct GdiPlusFaults {
+    int refusedLocks = 0;
+};
+extern GdiPlusFaults gdiPlusFaults;
+
 /// Ends a lock; no effect where GDI+ was never loaded.
 void UnlockGdiPlusBitmap(void* bitmap, void* data);
 

@@ -42,12 +42,18 @@ const GdiPlus& Functions() {
 
 }  // namespace
 
+GdiPlusFaults gdiPlusFaults;
+
 bool LoadGdiPlus() {
     return Functions().lockBits != nullptr && Functions().unlockBits != nullptr;
 }
 
 int32_t LockGdiPlusBitmap(void* bitmap, uint32_t mode, int32_t pixelFormat, GdiPlusBitmapData* data) {
     if (!LoadGdiPlus()) return kGdiPlusNotImplemented;
+    if (gdiPlusFaults.refusedLocks > 0) {
+        --gdiPlusFaults.refusedLocks;
+        return kGdiPlusInvalidParameter;
+    }
     return Functions().lockBits(bitmap, nullptr, mode, pixelFormat, data);
 }
 
