@@ -108,11 +108,50 @@ void EnterTurns() {
     }
 }
 
+// Free rotation
+// ------------------------------------------------------------------------------------------------------
+
+constexpr double kAngle = 30;
+
+Work RotateWithPlugin() {
+    const Ref source = SourceImage(kLayout, kLarge);
+    const auto run = TheHost()
+                         .Method<Ref(double, int64_t, int64_t, int64_t, int64_t, int64_t, int64_t, int64_t,
+                                     int64_t, int64_t)>("PictureTRV", "Rotate");
+    return [=]() { Expect(static_cast<bool>(run(source, kAngle, 0, 0, 0, 0, 0, 0, 0, 0, 0)), "Rotate"); };
+}
+
+/// Into a new image of the same size as the plug-in's, as that one makes.
+Work RotateWithOpenCv() {
+    const cv::Mat source = SourceMat(kLayout, kLarge);
+    const Ref result = TheHost().Call(SourceImage(kLayout, kLarge), "Rotate", kAngle).ToThing();
+    const cv::Size size(static_cast<int>(TheHost().Get<int64_t>(result, "Width")),
+                        static_cast<int>(TheHost().Get<int64_t>(result, "Height")));
+    cv::Mat matrix =
+        cv::getRotationMatrix2D(cv::Point2f(kLarge.width / 2.0F, kLarge.height / 2.0F), kAngle, 1);
+    matrix.at<double>(0, 2) += (size.width - kLarge.width) / 2.0;
+    matrix.at<double>(1, 2) += (size.height - kLarge.height) / 2.0;
+    return [=]() {
+        cv::Mat target;
+        cv::warpAffine(source, target, matrix, size, cv::INTER_LINEAR, cv::BORDER_CONSTANT);
+    };
+}
+
+void EnterRotations() {
+    EnterLine("Rotate RGBA by 30 degrees", BytesOf(kLayout, kLarge), RotateWithPlugin,
+              {{kOpenCv, RotateWithOpenCv},
+               {kPillow, [] {
+                    return PillowWork(kLayout, kLarge,
+                                      "image.rotate(30, resample=Image.BILINEAR, expand=True)");
+                }}});
+}
+
 }  // namespace
 
 void EnterGeometry() {
     EnterMirrors();
     EnterTurns();
+    EnterRotations();
 }
 
 }  // namespace trvbench

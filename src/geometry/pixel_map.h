@@ -16,7 +16,7 @@ namespace trv {
 /// Pixels of kSize bytes that move as they are, every byte of them.
 template <int kSize>
 struct WholePixel {
-    static constexpr int64_t kBytes = kSize;
+    static constexpr bool kWhole = true;
     [[nodiscard]] static constexpr int64_t FromSize() { return kSize; }
     [[nodiscard]] static constexpr int64_t ToSize() { return kSize; }
     static void Move(const uint8_t* from, uint8_t* to) { std::memcpy(to, from, kSize); }
@@ -91,10 +91,15 @@ class PixelMap {
     /// own family is.
     template <class F>
     static PixelMap Between(F /*family*/, const PictureTRV& source, const PictureTRV& dest) {
-        PixelMap map(source.PixelSize, dest.PixelSize);
-        const auto from = F::Offsets(source);
-        const auto to = F::Offsets(dest);
-        for (size_t i = 0; i < from.size(); ++i)
+        return Between(F::Offsets(source), source.PixelSize, F::Offsets(dest), dest.PixelSize);
+    }
+
+    /// The bytes at the offsets `from` of pixels of `fromSize` bytes to the offsets `to` of others.
+    template <size_t kCount>
+    static PixelMap Between(const std::array<int64_t, kCount>& from, int64_t fromSize,
+                            const std::array<int64_t, kCount>& to, int64_t toSize) {
+        PixelMap map(fromSize, toSize);
+        for (size_t i = 0; i < kCount; ++i)
             map.Add(from[i], to[i]);
         map.Finish();
         return map;
@@ -119,6 +124,8 @@ class PixelMap {
     [[nodiscard]] int64_t FromExtent() const { return fromExtent_; }
     [[nodiscard]] int64_t ToExtent() const { return toExtent_; }
     [[nodiscard]] const LoosePixel& Loose() const { return loose_; }
+    /// The offset of the source pixel that all bytes are read from; -1 if they come from several.
+    [[nodiscard]] int64_t FromWindow() const { return fromWindow_; }
 
     /// Calls `work(pixel, fromBase, toBase)` with the fastest form; the bases go onto the addresses of the
     /// pixels.

@@ -81,6 +81,17 @@ void SwapForward(const WholePixel<kSize>& /*pixel*/, uint8_t* a, uint8_t* b, int
     SwapBytes(a, b, count * kSize);
 }
 
+/// Copies pixels from the one run to the other; the runs must not overlap.
+template <class Pixel>
+void CopyForward(const Pixel& pixel, const uint8_t* from, uint8_t* to, int64_t count) {
+    for (int64_t i = 0; i < count; ++i)
+        pixel.Move(from + i * pixel.FromSize(), to + i * pixel.ToSize());
+}
+template <int kSize>
+void CopyForward(const WholePixel<kSize>& /*pixel*/, const uint8_t* from, uint8_t* to, int64_t count) {
+    if (count > 0) std::memcpy(to, from, static_cast<size_t>(count * kSize));
+}
+
 /// Copies pixel count - 1 - i of `from` to pixel i of `to`; the runs must not overlap.
 template <class Pixel>
 void CopyReversed(const Pixel& pixel, const uint8_t* from, uint8_t* to, int64_t count) {

@@ -17,6 +17,7 @@
 #include "filters/stamp.h"
 #include "filters/unsharp_filter.h"
 #include "geometry/mirrors.h"
+#include "geometry/rotate.h"
 #include "geometry/turns.h"
 #include "image/life_cycle.h"
 #include "image/mapped_image.h"
@@ -389,6 +390,11 @@ MethodDefinition methods[] = {
     Method<"Rotate90slow(dest as PictureTRV=nil) as PictureTRV", rbRotate90slow>(),
     Method<"Rotate180(dest as PictureTRV=nil) as PictureTRV", rbRotate180>(),
     Method<"Rotate270slow(dest as PictureTRV=nil) as PictureTRV", rbRotate270slow>(),
+    Method<
+        "Rotate(angle as double, Red as integer = 0, Green as integer = 0, Blue as integer = 0, Alpha as "
+        "integer = 0, Gray as integer = 0, Cyan as integer = 0, Magenta as integer = 0, Yellow as integer = "
+        "0, Black as integer = 0) as PictureTRV",
+        rbRotate>(),
     Method<"Rotate90(dest as PictureTRV=nil) as PictureTRV", rbRotate90>(),
     Method<"Rotate270(dest as PictureTRV=nil) as PictureTRV", rbRotate270>(),
     Method<"ApplyMatrix(dest as PictureTRV, MatrixDimension as integer, matrix() as integer) as PictureTRV",
