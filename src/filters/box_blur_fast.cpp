@@ -27,7 +27,7 @@ class FastBlur {
           kernels_(kernels),
           division_(division),
           plan_(ChooseLanes(task.sourcePlaces, task.destPlaces, LanesFor(task.sourcePlaces.channels))),
-          lanes_(written_.width * plan_.lanes),
+          lanes_(SaturatedMultiply(written_.width, plan_.lanes)),
           rowPixels_(task.RowPixels()),
           // Of a mapped image one row can go when another one comes.
           in_(task.sourcePlaces, plan_, rowPixels_, task.source.IsMapping != 0),
@@ -37,9 +37,9 @@ class FastBlur {
     /// False without memory.
     [[nodiscard]] bool Allocate() {
         const int64_t sums = RaisedToMultiple(lanes_, kSumBlock);
-        sums_ = MakeZeroedBytes(sums * static_cast<int64_t>(sizeof(Sum)));
+        sums_ = MakeZeroedBytes(SaturatedMultiply(sums, sizeof(Sum)));
         const int64_t edges = 2 * (task_.radius + 1) * plan_.lanes;
-        row_ = MakeZeroedBytes(edges + rowPixels_ * plan_.lanes + kSumBlock);
+        row_ = MakeZeroedBytes(SaturatedAdd(SaturatedMultiply(rowPixels_, plan_.lanes), edges + kSumBlock));
         return sums_ != nullptr && row_ != nullptr && in_ && out_ && to_;
     }
 

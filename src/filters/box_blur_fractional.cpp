@@ -6,6 +6,7 @@
 #include "filters/blur_kernels.h"
 #include "filters/filter_frame.h"
 #include "filters/lanes.h"
+#include "image/checked_math.h"
 #include "image/row_readers.h"
 
 namespace trv {
@@ -30,7 +31,7 @@ class FractionalBlur {
           written_(CommonRectangle(dest, source)),
           weights_(weights),
           plan_(ChooseLanes(from, to, static_cast<int64_t>(from.channels))),
-          lanes_(written_.width * plan_.lanes),
+          lanes_(SaturatedMultiply(written_.width, plan_.lanes)),
           rows_{Reader(from), Reader(from), Reader(from)},
           along_(Reader(to)),
           nothing_(MakeZeroedBytes(lanes_)),

@@ -2,6 +2,7 @@
 
 #include "filters/box_blur_task.h"
 #include "frame/debug_log.h"
+#include "image/checked_math.h"
 #include "image/row_pair.h"
 #include "platform/memory.h"
 
@@ -32,8 +33,9 @@ class PlainBlur {
 
     /// False without memory.
     [[nodiscard]] bool Allocate() {
-        const int64_t samples = std::max<int64_t>(written_.width, 1) * static_cast<int64_t>(channels_);
-        columns_ = MakeZeroedBytes(samples * static_cast<int64_t>(sizeof(uint64_t)));
+        const int64_t samples =
+            SaturatedMultiply(std::max<int64_t>(written_.width, 1), static_cast<int64_t>(channels_));
+        columns_ = MakeZeroedBytes(SaturatedMultiply(samples, sizeof(uint64_t)));
         row_ = MakeZeroedBytes(samples);
         return columns_ != nullptr && row_ != nullptr;
     }

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <numeric>
 
+#include "image/checked_math.h"
+
 namespace trv {
 
 namespace {
@@ -85,7 +87,7 @@ LaneWriter::LaneWriter(const PixelPlaces& places, const LanePlan& plan, int64_t 
     for (size_t c = 0; c < places.channels; ++c)
         converter_.Add({.to = places.offsets[c], .from = plan.lane[c]});
     converter_.Prepare();
-    buffer_ = MakeZeroedBytes(pixels * plan.lanes);
+    buffer_ = MakeZeroedBytes(SaturatedMultiply(pixels, plan.lanes));
 }
 
 }  // namespace trv
