@@ -67,5 +67,7 @@ void EnterPictures();
 void EnterRows();
 void EnterGeometry();
 void EnterNeighbourhoods();
+void EnterTones();
+void EnterEffects();
 
 }  // namespace trvbench

@@ -68,7 +68,8 @@ void PrintHead() {
         "Not the same filter: OpenCV reduces by INTER_AREA and enlarges by INTER_LANCZOS4 (4 lobes)\n"
         "or INTER_LINEAR; libvips enlarges by bicubic or bilinear interpolation. Pillow takes alpha as\n"
         "a fourth colour, as the others do. zimg is planar: splitting and merging of the channels is\n"
-        "counted. Filling and copying by OpenCV: setTo and clone.\n\n");
+        "counted. Filling and copying by OpenCV: setTo and clone. Tones by OpenCV: LUT. Oil painting by\n"
+        "GraphicsMagick goes by 256 tones of brightness, the plug-in by each channel.\n\n");
     std::fflush(stdout);
 }
 
@@ -103,6 +104,8 @@ int main(int argc, char** argv) {
     trvbench::EnterRows();
     trvbench::EnterGeometry();
     trvbench::EnterNeighbourhoods();
+    trvbench::EnterTones();
+    trvbench::EnterEffects();
     trvbench::Table table(trvbench::Lines());
     benchmark::RunSpecifiedBenchmarks(&table);
     return table.Faults() == 0 ? 0 : 1;

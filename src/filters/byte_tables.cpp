@@ -23,11 +23,10 @@ void MapPlain(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables)
     kMaps[tables.size() - 1](bytes, pixels, tables);
 }
 
-/// What can be had from vectors is not worth it for different tables by way of 16 entries at once.
-MapBytesKernel KernelFor(std::span<const ByteTable> tables) {
+MapBytesKernel ActiveKernel() {
     const InstructionSet set = ChosenInstructionSet();
     if (set >= InstructionSet::Avx512 && RunsMapBytesAvx512()) return MapBytesAvx512;
-    if (set >= InstructionSet::Avx2 && tables.size() == 1) return MapBytesAvx2;
+    if (set >= InstructionSet::Avx2) return MapBytesAvx2;
     return nullptr;
 }
 
@@ -40,7 +39,7 @@ void MapBytes(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables)
         tables = tables.first(1);
     }
     const auto channels = static_cast<int64_t>(tables.size());
-    const MapBytesKernel kernel = KernelFor(tables);
+    const MapBytesKernel kernel = ActiveKernel();
     const int64_t done = kernel == nullptr ? 0 : kernel(bytes, pixels * channels, tables);
     MapPlain(bytes + done, pixels - done / channels, tables);
 }

@@ -1,4 +1,4 @@
-// One table by byte shuffles: each shuffle looks at 16 of the 256 entries.
+// Tables by byte shuffles: each shuffle looks at 16 of the 256 entries.
 
 #include <immintrin.h>
 
@@ -8,45 +8,113 @@ namespace trv {
 
 namespace {
 
-constexpr int kParts = 16;
+constexpr int kHalf = 8;
+constexpr int64_t kLanes = 32;
 
-inline __m256i LoadPart(const ByteTable& table, int part) {
-    return _mm256_broadcastsi128_si256(
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(&table[part * 16UL])));
+inline __m256i LoadBytes(const uint8_t* p) {
+    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+
+inline void StoreBytes(uint8_t* p, __m256i v) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
+}
+
+inline __m256i Both(const uint8_t* entries) {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(entries)));
+}
+
+/// A table in parts of 16 entries. Within each half of the table a part is stored as its difference from the
+/// one before.
+struct Parts {
+    __m256i low[kHalf];
+    __m256i high[kHalf];
+
+    explicit Parts(const ByteTable& table) {
+        const uint8_t* entries = table.data();
+        for (int i = 0; i < kHalf; ++i) {
+            low[i] = Both(entries + 16 * i);
+            high[i] = Both(entries + 128 + 16 * i);
+            if (i == 0) continue;
+            low[i] = _mm256_xor_si256(low[i], Both(entries + 16 * (i - 1)));
+            high[i] = _mm256_xor_si256(high[i], Both(entries + 128 + 16 * (i - 1)));
+        }
+    }
+
+    [[nodiscard]] __m256i Look(__m256i samples) const {
+        // A shuffle gives 0 for an index with its highest bit set. A sample of the lower half runs down until
+        // it is below 0 and stays there; up to then the differences add up to the right part. A sample of the
+        // upper half does the same with its highest bit turned around. Of the two, one is below 0 from the
+        // start.
+        const __m256i sixteen = _mm256_set1_epi8(16);
+        __m256i lower = samples;
+        __m256i upper = _mm256_xor_si256(samples, _mm256_set1_epi8(-128));
+        __m256i found =
+            _mm256_xor_si256(_mm256_shuffle_epi8(low[0], lower), _mm256_shuffle_epi8(high[0], upper));
+        for (int i = 1; i < kHalf; ++i) {
+            lower = _mm256_subs_epi8(lower, sixteen);
+            upper = _mm256_subs_epi8(upper, sixteen);
+            found = _mm256_xor_si256(found, _mm256_shuffle_epi8(low[i], lower));
+            found = _mm256_xor_si256(found, _mm256_shuffle_epi8(high[i], upper));
+        }
+        return found;
+    }
+};
+
+int64_t MapOne(uint8_t* bytes, int64_t samples, const ByteTable& table) {
+    const Parts parts(table);
+    int64_t done = 0;
+    for (; done + kLanes <= samples; done += kLanes)
+        StoreBytes(bytes + done, parts.Look(LoadBytes(bytes + done)));
+    return done;
+}
+
+/// Turns 4 x 4 bytes of each half, rows into columns; twice gives what it was.
+inline __m256i Turn(__m256i v) {
+    return _mm256_shuffle_epi8(
+        v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15)));
+}
+
+/// 32 pixels a time, taken apart into a vector a channel. In which order the pixels stand there makes no
+/// difference.
+int64_t MapFour(uint8_t* bytes, int64_t samples, const ByteTable* tables) {
+    const Parts first(tables[0]);
+    const Parts second(tables[1]);
+    const Parts third(tables[2]);
+    const Parts fourth(tables[3]);
+    int64_t done = 0;
+    for (; done + 4 * kLanes <= samples; done += 4 * kLanes) {
+        uint8_t* place = bytes + done;
+        const __m256i p0 = Turn(LoadBytes(place));
+        const __m256i p1 = Turn(LoadBytes(place + kLanes));
+        const __m256i p2 = Turn(LoadBytes(place + 2 * kLanes));
+        const __m256i p3 = Turn(LoadBytes(place + 3 * kLanes));
+        // Four equal channels of each half next to one another, then two and two of different vectors.
+        const __m256i low01 = _mm256_unpacklo_epi32(p0, p1);
+        const __m256i low23 = _mm256_unpacklo_epi32(p2, p3);
+        const __m256i high01 = _mm256_unpackhi_epi32(p0, p1);
+        const __m256i high23 = _mm256_unpackhi_epi32(p2, p3);
+        const __m256i a = first.Look(_mm256_unpacklo_epi64(low01, low23));
+        const __m256i b = second.Look(_mm256_unpackhi_epi64(low01, low23));
+        const __m256i c = third.Look(_mm256_unpacklo_epi64(high01, high23));
+        const __m256i d = fourth.Look(_mm256_unpackhi_epi64(high01, high23));
+        // The way back.
+        const auto together = [](uint8_t* to, __m256i ab, __m256i cd) {
+            const __m256i even = _mm256_unpacklo_epi32(ab, cd);
+            const __m256i odd = _mm256_unpackhi_epi32(ab, cd);
+            StoreBytes(to, Turn(_mm256_unpacklo_epi32(even, odd)));
+            StoreBytes(to + kLanes, Turn(_mm256_unpackhi_epi32(even, odd)));
+        };
+        together(place, _mm256_unpacklo_epi64(a, b), _mm256_unpacklo_epi64(c, d));
+        together(place + 2 * kLanes, _mm256_unpackhi_epi64(a, b), _mm256_unpackhi_epi64(c, d));
+    }
+    return done;
 }
 
 }  // namespace
 
 int64_t MapBytesAvx2(uint8_t* bytes, int64_t samples, std::span<const ByteTable> tables) {
-    // A shuffle gives 0 for an index with its highest bit set. So entries of the lower half are looked up
-    // while the index runs down below 0; each part is stored as its difference from the one before, and the
-    // differences up to the right one add up. The upper half is the same with the highest bit turned around.
-    __m256i parts[kParts];
-    for (int half = 0; half < kParts; half += kParts / 2) {
-        parts[half] = LoadPart(tables[0], half);
-        for (int i = half + 1; i < half + kParts / 2; ++i)
-            parts[i] = _mm256_xor_si256(LoadPart(tables[0], i), LoadPart(tables[0], i - 1));
-    }
-    const __m256i sixteen = _mm256_set1_epi8(16);
-    const __m256i highest = _mm256_set1_epi8(-128);
-    int64_t done = 0;
-    for (; done + 32 <= samples; done += 32) {
-        auto* place = reinterpret_cast<__m256i*>(bytes + done);
-        __m256i low = _mm256_loadu_si256(place);
-        __m256i high = _mm256_xor_si256(low, highest);
-        // Of the two, the half that the sample is not in has its highest bit set from the start.
-        __m256i mapped = _mm256_xor_si256(_mm256_shuffle_epi8(parts[0], low),
-                                          _mm256_shuffle_epi8(parts[kParts / 2], high));
-        for (int i = 1; i < kParts / 2; ++i) {
-            // Saturated, so that what is below 0 stays there.
-            low = _mm256_subs_epi8(low, sixteen);
-            high = _mm256_subs_epi8(high, sixteen);
-            mapped = _mm256_xor_si256(mapped, _mm256_shuffle_epi8(parts[i], low));
-            mapped = _mm256_xor_si256(mapped, _mm256_shuffle_epi8(parts[kParts / 2 + i], high));
-        }
-        _mm256_storeu_si256(place, mapped);
-    }
-    return done;
+    if (tables.size() == 1) return MapOne(bytes, samples, tables.front());
+    return tables.size() == 4 ? MapFour(bytes, samples, tables.data()) : 0;
 }
 
 }  // namespace trv

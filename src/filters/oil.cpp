@@ -11,8 +11,6 @@ namespace trv {
 
 namespace {
 
-using uint128_t = unsigned __int128;
-
 constexpr int64_t kMostLevels = 256;
 
 /// What becomes of a picture of which no window holds a sample: 255 everywhere. The workers for inks write it
@@ -31,22 +29,30 @@ void PaintEmptyWindows(PictureTRV& source, PictureTRV& dest) {
     }
 }
 
+/// Whether moving by the samples of two columns is cheaper than by two histograms, of so many samples a side.
+bool PrefersRows(int64_t range, const OilBands& bands) {
+    constexpr int64_t kBandsPerSample = 7;  // measured
+    return range <= OilRows<LayoutFamily<Family::Gray, false>>::kMostRange &&
+           (2 * range + 1) * kBandsPerSample < bands.stride;
+}
+
 template <class F>
 void Paint(PictureTRV& source, PictureTRV& dest, const OilBands& bands, int64_t range) {
     // A window cannot hold more rows and columns than there are.
     const int64_t side = SaturatedAdd(SaturatedMultiply(range, 2), 1);
-    const int64_t rows = std::min(side, source.Height);
-    const int64_t columns = std::min(side, source.Width);
+    const auto samples =
+        static_cast<uint64_t>(SaturatedMultiply(std::min(side, source.Height), std::min(side, source.Width)));
     range = std::min(range, std::max(source.Width, source.Height));
-    const auto samples = static_cast<uint64_t>(SaturatedMultiply(rows, columns));
     if (&dest != &source && SharesPixels(dest, source)) {
-        OilPainter<F, uint128_t>(source, dest, bands, range).PaintInOrder();
+        OilPainter<F, OilRereading<F>>(source, dest, bands, range).PaintRereading();
+    } else if (PrefersRows(range, bands)) {
+        OilPainter<F, OilRows<F>>(source, dest, bands, range).Paint();
     } else if (samples <= ToneBand<uint32_t>::kMostSamples) {
-        OilPainter<F, uint32_t>(source, dest, bands, range).Paint();
+        OilPainter<F, OilColumns<F, uint32_t>>(source, dest, bands, range).Paint();
     } else if (samples <= ToneBand<uint64_t>::kMostSamples) {
-        OilPainter<F, uint64_t>(source, dest, bands, range).Paint();
+        OilPainter<F, OilColumns<F, uint64_t>>(source, dest, bands, range).Paint();
     } else {
-        OilPainter<F, uint128_t>(source, dest, bands, range).Paint();
+        OilPainter<F, OilColumns<F, unsigned __int128>>(source, dest, bands, range).Paint();
     }
 }
 

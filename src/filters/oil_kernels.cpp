@@ -14,6 +14,7 @@ OilKernels<uint32_t> ActiveOilKernels() {
     const InstructionSet set = ChosenInstructionSet();
     if (set >= InstructionSet::Avx512) return kOilKernelsAvx512;
     if (set >= InstructionSet::Avx2) return kOilKernelsAvx2;
+    if (set >= InstructionSet::Baseline) return kOilKernelsBaseline;
     return {&SlidePlain<uint32_t>, &FullestPlain<uint32_t>};
 }
 

@@ -45,6 +45,7 @@ struct OilKernels {
 template <class Word>
 [[nodiscard]] OilKernels<Word> ActiveOilKernels();
 
+extern const OilKernels<uint32_t> kOilKernelsBaseline;
 extern const OilKernels<uint32_t> kOilKernelsAvx2;
 extern const OilKernels<uint32_t> kOilKernelsAvx512;
 
