@@ -41,6 +41,20 @@ struct RectanglePair {
     return {0, 0, image.Width, image.Height};
 }
 
+/// The sizes that a loop over an image has taken in. Host code that runs while the loop gives it time can
+/// make another image of the record; the loop then has nothing more to do there.
+struct ImageShape {
+    int64_t width = 0;
+    int64_t height = 0;
+    int64_t rowSize = 0;
+    int64_t pixelSize = 0;
+
+    ImageShape() = default;
+    explicit ImageShape(const PictureTRV& image)
+        : width(image.Width), height(image.Height), rowSize(image.RowSize), pixelSize(image.PixelSize) {}
+    [[nodiscard]] bool operator==(const ImageShape&) const = default;
+};
+
 /// Whether the image was constructed; says so in the log if not.
 [[nodiscard]] bool IsValid(const PictureTRV* image);
 
@@ -49,6 +63,13 @@ struct RectanglePair {
 
 /// Whether the image can be worked on: open, constructed, of a size. Gives the host its time first.
 [[nodiscard]] bool StartImage(PictureTRV* image);
+
+/// The same behind the clipping of a rectangle: false, too, if the host has used its time to make an image of
+/// another size of the record.
+[[nodiscard]] inline bool StartClippedImage(PictureTRV& image) {
+    const ImageShape shape(image);
+    return StartImage(&image) && shape == ImageShape(image);
+}
 
 /// Clips a rectangle to the image: negative sizes turn around, then all four sides are cut. Never fails; the
 /// result may be empty, with a width or height that is 0 or negative.
@@ -160,11 +181,21 @@ bool DispatchFamily(const PictureTRV& image, Work&& work) {
                           std::forward<Work>(work));
 }
 
+/// Calls `work` with the address of each row from `y` on, for `height` rows, without giving the host its
+/// time. A row that cannot be had is left out.
+template <class Work>
+void ForEachRowAtOnce(PictureTRV& image, int64_t y, int64_t height, Work&& work) {
+    for (const int64_t end = y + height; y < end; ++y) {
+        if (uint8_t* row = FetchRow(image, y)) work(row);
+    }
+}
+
 /// Calls `work` with the address of each row from `y` on, for `height` rows, and gives the host its time
-/// behind each. A row that cannot be had is left out.
+/// behind each. A row that cannot be had is left out, and so is the rest of an image that has become another.
 template <class Work>
 void ForEachRow(PictureTRV& image, int64_t y, int64_t height, Work&& work) {
-    for (int64_t end = y + height; y < end; ++y) {
+    const ImageShape shape(image);
+    for (const int64_t end = y + height; y < end && shape == ImageShape(image); ++y) {
         if (uint8_t* row = FetchRow(image, y)) work(row);
         YieldIfWanted(image);
     }

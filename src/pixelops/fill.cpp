@@ -77,7 +77,7 @@ void FillColours(PictureTRV& image, const Rectangle& rectangle, const Colour& co
 void FillRectRGB(PictureTRV& image, Rectangle rectangle, const Colour& colour) {
     if (!IsValid(&image)) return;
     Fix(image, rectangle);
-    if (!HasColours(image) || rectangle.IsEmpty() || !StartImage(&image)) return;
+    if (!HasColours(image) || rectangle.IsEmpty() || !StartClippedImage(image)) return;
     FillPattern pattern(image.PixelSize);
     FillColours(image, rectangle, colour, pattern);
 }
@@ -135,7 +135,7 @@ void rbFillRect(HostObject me, int64_t x, int64_t y, int64_t width, int64_t heig
     PictureTRV& image = *RecordOf(me);
     Rectangle rectangle{x, y, width, height};
     TRV_LOG("FillRect5");
-    if (!IsValid(&image) || !FixAndKeep(image, rectangle) || !StartImage(&image)) return;
+    if (!IsValid(&image) || !FixAndKeep(image, rectangle) || !StartClippedImage(image)) return;
     const uint8_t byte = LowByte(value);
     if (IsPacked(image)) {
         ForEachPackedSpan(image, rectangle,
@@ -155,7 +155,7 @@ void rbFillRectAlpha(HostObject me, int64_t x, int64_t y, int64_t width, int64_t
     PictureTRV& image = *RecordOf(me);
     Rectangle rectangle{x, y, width, height};
     TRV_LOG("FillRectA5");
-    if (!IsValid(&image) || !FixAndKeep(image, rectangle) || !StartImage(&image)) return;
+    if (!IsValid(&image) || !FixAndKeep(image, rectangle) || !StartClippedImage(image)) return;
     FillFamily<"FillRectA5">(image, rectangle, LowByte(value), LowByte(alpha));
 }
 
@@ -199,7 +199,7 @@ void rbFillRectRGBA(HostObject me, int64_t x, int64_t y, int64_t width, int64_t 
         rbFillRectRGB(me, rectangle.x, rectangle.y, rectangle.width, rectangle.height, red, green, blue);
         return;
     }
-    if (!HasColours(image) || rectangle.IsEmpty() || !StartImage(&image)) return;
+    if (!HasColours(image) || rectangle.IsEmpty() || !StartClippedImage(image)) return;
     FillPattern pattern(image.PixelSize);
     pattern.Set(image.AlphaOffset, LowByte(alpha));
     FillColours(image, rectangle, {red, green, blue}, pattern);
@@ -274,7 +274,7 @@ void rbFillRectRandom(HostObject me, int64_t x, int64_t y, int64_t width, int64_
     PictureTRV& image = *RecordOf(me);
     Rectangle rectangle{x, y, width, height};
     TRV_LOG("FillRectRandom5");
-    if (!IsValid(&image) || !FixAndKeep(image, rectangle) || !StartImage(&image)) return;
+    if (!IsValid(&image) || !FixAndKeep(image, rectangle) || !StartClippedImage(image)) return;
     if (IsPacked(image)) {
         ForEachPackedSpan(image, rectangle, [&](uint8_t* span, size_t bytes) { Noise::Fill(span, bytes); });
         return;
@@ -299,7 +299,7 @@ void rbFillRectRandomAll(HostObject me) {
 void rbClearRect(HostObject me, int64_t x, int64_t y, int64_t width, int64_t height) {
     PictureTRV& image = *RecordOf(me);
     Rectangle rectangle{x, y, width, height};
-    if (!FixAndKeep(image, rectangle) || !StartImage(&image)) return;
+    if (!FixAndKeep(image, rectangle) || !StartClippedImage(image)) return;
     ForEachRow(image, rectangle.y, rectangle.height, [&](uint8_t* row) {
         std::memset(row + rectangle.x * image.PixelSize, 0,
                     static_cast<size_t>(rectangle.width * image.PixelSize));

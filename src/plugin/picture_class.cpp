@@ -5,6 +5,8 @@
 
 #include "bridge/picture_export.h"
 #include "bridge/picture_import.h"
+#include "compositing/background_blend.h"
+#include "compositing/combine.h"
 #include "filters/box_blur.h"
 #include "filters/box_blur_fractional.h"
 #include "filters/diffuse.h"
@@ -24,7 +26,12 @@
 #include "image/picture_factory.h"
 #include "image/properties.h"
 #include "image/views.h"
+#include "pixelops/auto_level.h"
+#include "pixelops/compare_images.h"
 #include "pixelops/fill.h"
+#include "pixelops/invert.h"
+#include "pixelops/multiply.h"
+#include "pixelops/rgb_to_gray.h"
 #include "plugin/class_definitions.h"
 #include "plugin/member_lines.h"
 #include "rows/copy_pixels.h"
@@ -185,7 +192,55 @@ ConstantDefinition constants[] = {
 
 MethodDefinition methods[] = {
     Method<"Channels as String()", rbChannels>(),
+    Method<"Multiply", rbMultiplyAll>(),
+    Method<"Multiply(x as integer, y as integer, width as integer, height as integer)", rbMultiply>(),
+    Method<"Unmultiply", rbUnmultiplyAll>(),
+    Method<"Unmultiply(x as integer, y as integer, width as integer, height as integer)", rbUnmultiply>(),
     Method<"ClearCache", rbClearCache>(),
+    Method<"RGBToGray(mode as integer = 0) as boolean", rbRGBToGray>(),
+    Method<"Combine(Image as PictureTRV, Mask as PictureTRV, DestX As Integer, DestY As Integer, SourceX As "
+           "Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+           "ForeColour As Integer, MaskColour As Integer) as boolean",
+           CombineForm<int64_t, int64_t>::Over>(),
+    Method<"Combine(Image as PictureTRV, Mask as PictureTRV, DestX As Integer, DestY As Integer, SourceX As "
+           "Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+           "ForeColour As Integer) as boolean",
+           CombineForm<int64_t>::Over>(),
+    Method<
+        "Combine(Image as PictureTRV, Mask as PictureTRV, DestX As Integer, DestY As Integer, SourceX As "
+        "Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean) as boolean",
+        CombineForm<>::Over>(),
+    Method<"Combine(Image as PictureTRV, Mask as PictureTRV, DestX As Integer, DestY As Integer, SourceX As "
+           "Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+           "ForeColour As color, MaskColour As color) as boolean",
+           CombineForm<uint32_t, uint32_t>::Over>(),
+    Method<"Combine(Image as PictureTRV, Mask as PictureTRV, DestX As Integer, DestY As Integer, SourceX As "
+           "Integer, SourceY As Integer, Width As Integer, Height As Integer, UseColours As Boolean, "
+           "ForeColour As color) as boolean",
+           CombineForm<uint32_t>::Over>(),
+    Method<"Combine(Image as PictureTRV, PreMultipliedSource as boolean, Mask as PictureTRV, DestX As "
+           "Integer, DestY As Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As "
+           "Integer, UseColours As Boolean, ForeColour As Integer, MaskColour As Integer) as boolean",
+           CombineForm<int64_t, int64_t>::PreMultipliedOver>(),
+    Method<"Combine(Image as PictureTRV, PreMultipliedSource as boolean, Mask as PictureTRV, DestX As "
+           "Integer, DestY As Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As "
+           "Integer, UseColours As Boolean, ForeColour As Integer) as boolean",
+           CombineForm<int64_t>::PreMultipliedOver>(),
+    Method<"Combine(Image as PictureTRV, PreMultipliedSource as boolean, Mask as PictureTRV, DestX As "
+           "Integer, DestY As Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As "
+           "Integer, UseColours As Boolean) as boolean",
+           CombineForm<>::PreMultipliedOver>(),
+    Method<"Combine(Image as PictureTRV, PreMultipliedSource as boolean, Mask as PictureTRV, DestX As "
+           "Integer, DestY As Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As "
+           "Integer, UseColours As Boolean, ForeColour As color, MaskColour As color) as boolean",
+           CombineForm<uint32_t, uint32_t>::PreMultipliedOver>(),
+    Method<"Combine(Image as PictureTRV, PreMultipliedSource as boolean, Mask as PictureTRV, DestX As "
+           "Integer, DestY As Integer, SourceX As Integer, SourceY As Integer, Width As Integer, Height As "
+           "Integer, UseColours As Boolean, ForeColour As color) as boolean",
+           CombineForm<uint32_t>::PreMultipliedOver>(),
+    Method<"Combine(Mask as PictureTRV, X As Integer, Y As Integer, Width As Integer, Height As Integer, "
+           "BackColour As color) as boolean",
+           PictureCombine4>(),
     Method<"CreatePictureTRV(width as integer, height as integer, ImageFormat as integer) as PictureTRV",
            CreatePictureLocal>(),
     Method<"Scale(source as PictureTRV, temp as PictureTRV, mode as integer, width as integer, height as "
@@ -257,6 +312,10 @@ MethodDefinition methods[] = {
     Method<"HMirror", rbHMirror>(),
     Method<"VMirror", rbVMirror>(),
     Method<"Rotate180", rbRotate180Self>(),
+    Method<"Invert", rbInvertAll>(),
+    Method<"Invert(x as integer, y as integer, w as integer, h as integer)", rbInvert>(),
+    Method<"AutoLevel as boolean", rbAutoLevelAll>(),
+    Method<"AutoLevel(x as integer, y as integer, w as integer, h as integer) as boolean", rbAutoLevel>(),
     PictureMethod<"CopyPictureWithAlpha(x as integer, y as integer, w as integer, h as integer) as picture",
                   rbCopyPictureWithAlpha>(),
     PictureMethod<"CopyPictureWithMask(x as integer, y as integer, w as integer, h as integer) as picture",
@@ -283,6 +342,7 @@ MethodDefinition methods[] = {
     Method<"Clone as PictureTRV", rbClone>(),
     Method<"ClearRect", rbClearRectAll>(),
     Method<"ClearRect(x as integer, y as integer, width as integer, height as integer)", rbClearRect>(),
+    Method<"CompareImages(other as PictureTRV) as Int64", rbCompareImages>(),
     Method<"FillRect(Value as integer)", rbFillRectAll>(),
     Method<"FillRect(Value as integer, Alpha as Integer)", rbFillRectAlphaAll>(),
     Method<"FillRect(x as integer, y as integer, width as integer, height as integer, Value as integer)",
@@ -411,6 +471,13 @@ MethodDefinition methods[] = {
 };
 
 MethodDefinition sharedMethods[] = {
+    SharedMethod<"BlendPicturesWithMaskWithBackground(SourceImage as PictureTRV, DestImage as PictureTRV, "
+                 "Mask as PictureTRV, Result as PictureTRV, BackgroundColour as Color) as Boolean",
+                 rbBlendPicturesWithMaskWithBackground>(),
+    SharedMethod<"BlendPicturesWithMaskWithBackground(SourceImage as PictureTRV, DestImage as PictureTRV, "
+                 "Mask as PictureTRV, Result as PictureTRV, BackgroundColour as Color, X As Integer, Y As "
+                 "Integer, Width As Integer, Height As Integer) as Boolean",
+                 rbBlendPicturesWithMaskWithBackground5>(),
     SharedMethod<
         "CreatePictureTRV(width as integer, height as integer, theImageFormat as integer) as PictureTRV",
         CreatePictureGlobal>(),

@@ -501,6 +501,33 @@ TEST_F(FillTest, AnImageClosedWhileTheHostHasItsTimeEndsTheFill) {
     }
 }
 
+TEST_F(FillTest, AnImageThatBecomesASmallerOneMeanwhileIsLeftAlone) {
+    for (const auto& [method, value] : {std::pair("FillRect(Value as integer)", 1), {"FillRectRandom", 0}}) {
+        for (const int when : {1, 2}) {
+            const Ref image = NewImage(900, 900, "ImageFormatRGBX");
+            const MemoryImage small = Image(2, 2, "ImageFormatG");
+            const auto before = small.Bytes();
+            TheHost().Set(image, "YieldTicks", -1);
+            int yields = 0;
+            TheHost().OnYield([&] {
+                if (++yields == when)
+                    TheHost().Call(image, "Constructor",
+                                   TheHost().Get<trvhost::MemoryBlock>(small, "MemoryTarget"), 2, 2,
+                                   Constant("ImageFormatG"), 2);
+            });
+            if (value != 0) {
+                TheHost().Call(image, method, value);
+            } else {
+                TheHost().Call(image, method);
+            }
+            TheHost().OnYield({});
+            EXPECT_GE(yields, 1);
+            EXPECT_EQ(small.Bytes(), before);
+            EXPECT_TRUE(small.GuardIntact());
+        }
+    }
+}
+
 // The log
 // ----------------------------------------------------------------------------------------------------------
 

@@ -1,0 +1,16 @@
+// Compositing kernels for any x86-64.
+
+#include "compositing/blend_rules.h"
+#include "compositing/composite_kernels.h"
+
+namespace trv {
+
+namespace {
+
+#include "compositing/composite_kernels.inc"
+
+}  // namespace
+
+constinit const CompositeKernels kCompositeKernelsBaseline = {&Blend<MixRule>, &Blend<AddRule>, &Luma};
+
+}  // namespace trv

@@ -1,0 +1,16 @@
+// Pixel kernels for any x86-64.
+
+#include "pixelops/gray_modes.h"
+#include "pixelops/pixel_kernels.h"
+
+namespace trv {
+
+namespace {
+
+#include "pixelops/pixel_kernels.inc"
+
+}  // namespace
+
+constinit const PixelKernels kPixelKernelsBaseline = kKernels;
+
+}  // namespace trv
