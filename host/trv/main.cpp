@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "blur_commands.h"
 #include "help_text.h"
 #include "info_command.h"
 #include "platform.h"
@@ -35,6 +36,7 @@ std::vector<Verb> AddVerbs(CLI::App& program) {
     std::vector<Verb> verbs = {AddScale(program)};
     const auto add = [&](std::vector<Verb> more) { verbs.insert(verbs.end(), more.begin(), more.end()); };
     add(AddViewVerbs(program));
+    add(AddBlurVerbs(program));
     verbs.push_back(AddInfo(program));
     return verbs;
 }
