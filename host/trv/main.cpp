@@ -10,10 +10,13 @@
 #include <vector>
 
 #include "blur_commands.h"
+#include "effect_commands.h"
+#include "gallery_command.h"
 #include "help_text.h"
 #include "info_command.h"
 #include "platform.h"
 #include "scale_command.h"
+#include "tone_commands.h"
 #include "view_commands.h"
 
 namespace {
@@ -36,7 +39,10 @@ std::vector<Verb> AddVerbs(CLI::App& program) {
     std::vector<Verb> verbs = {AddScale(program)};
     const auto add = [&](std::vector<Verb> more) { verbs.insert(verbs.end(), more.begin(), more.end()); };
     add(AddViewVerbs(program));
+    add(AddToneVerbs(program));
     add(AddBlurVerbs(program));
+    add(AddEffectVerbs(program));
+    verbs.push_back(AddGallery(program));
     verbs.push_back(AddInfo(program));
     return verbs;
 }
