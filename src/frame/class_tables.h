@@ -18,6 +18,9 @@ enum MemberFlags : int32_t {
     kOrdinaryPropertySinceHost2010 = kSinceHost2010 | 2,
 };
 
+/// Where an object of a registered class has its class data: behind what is the host's.
+inline constexpr int64_t kClassDataOffset = 48;
+
 struct AttributeDefinition {
     const char* name = nullptr;
     const char* value = nullptr;

@@ -11,9 +11,6 @@ namespace trv {
 
 namespace {
 
-/// Where the host puts the class data of its objects.
-constexpr int64_t kClassDataOffset = 48;
-
 /// One line of the trace; a longer one is cut.
 template <class... Values>
 void Write(const char* format, Values... values) {

@@ -37,6 +37,8 @@
 #include "rows/copy_pixels.h"
 #include "rows/row_methods.h"
 #include "scale/kernels.h"
+#include "scale/scale_fast.h"
+#include "scale/threaded_scale.h"
 #include "scale/two_pass.h"
 
 namespace trv {
@@ -243,9 +245,13 @@ MethodDefinition methods[] = {
            PictureCombine4>(),
     Method<"CreatePictureTRV(width as integer, height as integer, ImageFormat as integer) as PictureTRV",
            CreatePictureLocal>(),
+    Method<"ScaleFast(source as PictureTRV, width as integer, height as integer) as boolean", rbScaleFast>(),
     Method<"Scale(source as PictureTRV, temp as PictureTRV, mode as integer, width as integer, height as "
            "integer) as boolean",
            rbScale>(),
+    Method<"ScaleMT(threads as integer, source as PictureTRV, temp as PictureTRV, mode as integer, width as "
+           "integer, height as integer) as boolean",
+           rbScaleMT>(),
     Method<"Constructor(width as integer, height as integer, ImageFormat as integer, BlockSize as Int64, "
            "FilePath as folderitem)",
            ImageConstructorFile>(),

@@ -7,6 +7,7 @@
 #include "image/picture_factory.h"
 #include "image/pixel_loop.h"
 #include "scale/contributions.h"
+#include "scale/held_image.h"
 #include "scale/stage_name.h"
 
 namespace trv {
@@ -181,8 +182,15 @@ bool RunDriver(const ScaleFamily& family, const ScaleRequest& request, HostObjec
     if (!StartImage(source) || !StartImage(destination) || !StartImage(temp)) return false;
     if (!FitsTables(*source) || !FitsTables(*temp)) return false;
     if (!HoldsWords(family, *source) || !HoldsWords(family, *destination)) return false;
-    const ScaleTask task{family, *destination, *source, *temp, request.width, request.height};
-    return RunPasses(task, FindTableBuilder(request.mode), runner);
+    const TableBuilder builder = FindTableBuilder(request.mode);
+    if (runner.Yields()) {
+        return RunPasses({family, *destination, *source, *temp, request.width, request.height}, builder,
+                         runner);
+    }
+    HeldImage held[] = {HeldImage(*destination), HeldImage(*source), HeldImage(*temp)};
+    return RunPasses(
+        {family, held[0].Record(), held[1].Record(), held[2].Record(), request.width, request.height},
+        builder, runner);
 }
 
 bool Scale(const ScaleRequest& request) {
