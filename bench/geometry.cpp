@@ -146,12 +146,71 @@ void EnterRotations() {
                 }}});
 }
 
+// Scaling with threads, and to the nearest pixel
+// -----------------------------------------------------------------------------
+
+Work ScaleWithThreads(int64_t threads, Size size) {
+    const Ref source = SourceImage(kLayout, kLarge);
+    const Ref target = EmptyImage(size, FormatOf(kLayout));
+    const auto run =
+        TheHost().Method<bool(int64_t, Ref, Ref, int64_t, int64_t, int64_t)>("PictureTRV", "ScaleMT");
+    const int64_t mode = Constant("ScaleLanczos3");
+    return [=]() {
+        Expect(run(target, threads, source, Ref(), mode, int64_t{size.width}, int64_t{size.height}),
+               "ScaleMT");
+    };
+}
+
+Work ScaleFastWithPlugin(Size size) {
+    const Ref source = SourceImage(kLayout, kLarge);
+    const Ref target = EmptyImage(size, FormatOf(kLayout));
+    const auto run = TheHost().Method<bool(Ref, int64_t, int64_t)>("PictureTRV", "ScaleFast");
+    return [=]() { Expect(run(target, source, int64_t{size.width}, int64_t{size.height}), "ScaleFast"); };
+}
+
+Work NearestWithOpenCv(Size size) {
+    const cv::Mat source = SourceMat(kLayout, kLarge);
+    cv::Mat target = TargetMat(kLayout, size);
+    return [=]() mutable { cv::resize(source, target, target.size(), 0, 0, cv::INTER_NEAREST); };
+}
+
+Work NearestWithLibyuv(Size size) {
+    const cv::Mat source = SourceMat(kLayout, kLarge);
+    cv::Mat target = TargetMat(kLayout, size);
+    return [=]() {
+        libyuv::ARGBScale(source.data, kLarge.width * 4, kLarge.width, kLarge.height, target.data,
+                          size.width * 4, size.width, size.height, libyuv::kFilterNone);
+    };
+}
+
+void EnterOtherScaling() {
+    for (const Size size : {Size{2000, 1500}, Size{6000, 4500}}) {
+        for (const int64_t threads : {1, 2}) {
+            EnterLine("ScaleMT, " + std::to_string(threads) + (threads == 1 ? " thread" : " threads") + ", " +
+                          TextOf(size),
+                      std::max(BytesOf(kLayout, kLarge), BytesOf(kLayout, size)),
+                      [=] { return ScaleWithThreads(threads, size); }, {});
+        }
+    }
+    for (const Size size : {Size{2000, 1500}, Size{1700, 1300}, Size{6000, 4500}}) {
+        const std::string text = "(" + std::to_string(size.width) + ", " + std::to_string(size.height) + ")";
+        EnterLine("ScaleFast RGBA to " + TextOf(size),
+                  std::max(BytesOf(kLayout, kLarge), BytesOf(kLayout, size)),
+                  [=] { return ScaleFastWithPlugin(size); },
+                  {{kOpenCv, [=] { return NearestWithOpenCv(size); }},
+                   {kPillow,
+                    [=] { return PillowWork(kLayout, kLarge, "image.resize(" + text + ", Image.NEAREST)"); }},
+                   {kLibyuv, [=] { return NearestWithLibyuv(size); }}});
+    }
+}
+
 }  // namespace
 
 void EnterGeometry() {
     EnterMirrors();
     EnterTurns();
     EnterRotations();
+    EnterOtherScaling();
 }
 
 }  // namespace trvbench

@@ -17,6 +17,7 @@
 #include "platform.h"
 #include "scale_command.h"
 #include "tone_commands.h"
+#include "turn_commands.h"
 #include "view_commands.h"
 
 namespace {
@@ -39,6 +40,7 @@ std::vector<Verb> AddVerbs(CLI::App& program) {
     std::vector<Verb> verbs = {AddScale(program)};
     const auto add = [&](std::vector<Verb> more) { verbs.insert(verbs.end(), more.begin(), more.end()); };
     add(AddViewVerbs(program));
+    add(AddTurnVerbs(program));
     add(AddToneVerbs(program));
     add(AddBlurVerbs(program));
     add(AddEffectVerbs(program));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 
 #include "picture_size.h"
@@ -18,6 +19,7 @@ struct ScaleOptions : PictureOptions {
     bool fit = false;
     int filter = 3;  // 1 ... 7, the plug-in's number for it
     bool straightAlpha = false;
+    std::optional<int64_t> threads;
 };
 
 // Filters
@@ -90,8 +92,14 @@ Ref Scale(const ScaleOptions& options, const PictureJob& job, PictureSize size, 
     const Ref source = job.Image();
     const Ref result = job.NewImage(size, job.HasAlpha() ? "BGRA" : "BGRX");
     if (multiplies) job.ForEachRow(source, Multiply);
-    milliseconds =
-        TimeOf([&] { job.Do(result, "Scale", source, nullptr, options.filter, size.width, size.height); });
+    milliseconds = TimeOf([&] {
+        if (options.threads) {
+            job.Do(result, "ScaleMT", *options.threads, source, nullptr, options.filter, size.width,
+                   size.height);
+        } else {
+            job.Do(result, "Scale", source, nullptr, options.filter, size.width, size.height);
+        }
+    });
     if (multiplies) job.ForEachRow(result, Divide);
     return result;
 }
@@ -132,6 +140,10 @@ Verb AddScale(CLI::App& program) {
         "Scale colours and alpha each by themselves, as the plug-in alone does. Without it a colour "
         "counts as much as it is opaque, so that what stands in transparent pixels does not show at "
         "edges");
+    verb.add_option("--threads", options.threads,
+                    "Work with so many threads, at most 32; 0 for one per processor. Without it, with none")
+        ->type_name("N")
+        ->check(CLI::Range(0, 32).description(""));
     AddPictureOptions(verb, options);
     verb.footer(
         "Alpha is kept where the format can; in other formats the picture is laid onto white.\n"
