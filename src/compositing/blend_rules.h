@@ -7,7 +7,7 @@
 
 namespace trv {
 
-/// x / 255, truncated, for 0 to 65534, in 16 bits: no more than 255 * 255 occurs.
+/// x / 255, truncated, for 0 to 65279, without leaving 16 bits: no more than 255 * 255 occurs.
 [[nodiscard]] [[gnu::always_inline]] static constexpr uint16_t DivideBy255(uint16_t x) {
     return static_cast<uint16_t>(static_cast<uint16_t>(x + 1 + (x >> 8)) >> 8);
 }

@@ -1,0 +1,146 @@
+// The kernels of multiplication, gray and complements, for every value, in every instruction set.
+
+#include "pixelops/pixel_kernels.h"
+
+#include <cmath>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <random>
+#include <vector>
+
+#include "frame/instruction_set.h"
+#include "pixelops/gray_modes.h"
+#include "pixelops/multiply.h"
+
+namespace trv {
+namespace {
+
+/// The table of Unmultiply, built by overwriting.
+std::vector<uint8_t> UnmultiplyReference() {
+    std::vector<uint8_t> table(65536);
+    for (size_t i = 0; i < table.size(); ++i)
+        table[i] = static_cast<uint8_t>(i);
+    for (size_t alpha = 0; alpha < 256; ++alpha) {
+        for (size_t value = 0; value < 256; ++value) {
+            const uint8_t product =
+                MultipliedDirectly(static_cast<uint8_t>(value), static_cast<uint8_t>(alpha));
+            table[alpha * 256 + product] = static_cast<uint8_t>(value);
+        }
+    }
+    return table;
+}
+
+class PixelKernelsTest : public testing::TestWithParam<const char*> {
+  protected:
+    void SetUp() override {
+        if (!ForceInstructionSet(GetParam())) GTEST_SKIP() << "this machine has no " << GetParam();
+        ASSERT_NE(ActivePixelKernels(), nullptr);
+    }
+    void TearDown() override { ForceInstructionSet(""); }
+
+    /// Every value with every alpha, in pixels of `size` bytes.
+    static std::vector<uint8_t> Products(size_t size, size_t alphaAt) {
+        std::vector<uint8_t> pixels;
+        for (int i = 0; i < 65536; ++i) {
+            for (size_t c = 0; c < size; ++c)
+                pixels.push_back(static_cast<uint8_t>(c == alphaAt ? i >> 8 : i + static_cast<int>(c) * 85));
+        }
+        return pixels;
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, PixelKernelsTest, testing::Values("baseline", "avx2", "avx512"),
+                         [](const auto& test) { return std::string(test.param); });
+
+TEST_P(PixelKernelsTest, ProductsAreTheTables) {
+    const PixelKernels& kernels = *ActivePixelKernels();
+    const std::vector<uint8_t> undone = UnmultiplyReference();
+    for (const size_t size : {size_t{2}, size_t{4}}) {
+        for (size_t alphaAt = 0; alphaAt < size; ++alphaAt) {
+            for (const bool back : {false, true}) {
+                const auto pixels = Products(size, alphaAt);
+                auto made = pixels;
+                const auto kernel = size == 4 ? (back ? kernels.unmultiply4 : kernels.multiply4)
+                                              : (back ? kernels.unmultiply2 : kernels.multiply2);
+                kernel(made.data(), static_cast<int>(alphaAt) * 8, 65536);
+                for (size_t i = 0; i < made.size(); ++i) {
+                    const uint8_t alpha = pixels[i / size * size + alphaAt];
+                    const uint8_t expected = i % size == alphaAt ? alpha
+                                             : back              ? undone[alpha * size_t{256} + pixels[i]]
+                                                                 : MultipliedDirectly(pixels[i], alpha);
+                    ASSERT_EQ(made[i], expected) << i << " " << size << " " << alphaAt << " " << back;
+                }
+            }
+        }
+    }
+}
+
+TEST_P(PixelKernelsTest, GrayOfEveryColour) {
+    std::vector<uint8_t> pixels(65536 * 4);
+    for (int red = 0; red < 256; red += 5) {
+        for (size_t i = 0; i < 65536; ++i) {
+            pixels[4 * i] = static_cast<uint8_t>(i >> 8);
+            pixels[4 * i + 1] = 99;
+            pixels[4 * i + 2] = static_cast<uint8_t>(red);
+            pixels[4 * i + 3] = static_cast<uint8_t>(i);
+        }
+        for (size_t mode = 0; mode < kGrayModes; ++mode) {
+            auto made = pixels;
+            ActivePixelKernels()->gray[mode](made.data(), {16, 0, 24}, 65536);
+            for (size_t i = 0; i < 65536; ++i) {
+                const int r = red, g = static_cast<int>(i >> 8), b = static_cast<int>(i & 255);
+                const int expected[] = {(g * 3 + r * 2 + b) / 6, (r * 3 + g * 4 + b) >> 3,
+                                        static_cast<int>(g * 0.7152 + r * 0.2126 + b * 0.0722),
+                                        static_cast<int>(g * 0.587 + r * 0.299 + b * 0.114),
+                                        (b * 29 + g * 151 + r * 77) >> 8};
+                ASSERT_EQ(made[4 * i], expected[mode] & 255) << r << " " << g << " " << b << " " << mode;
+                ASSERT_EQ(made[4 * i + 2], made[4 * i]);
+                ASSERT_EQ(made[4 * i + 3], made[4 * i]);
+                ASSERT_EQ(made[4 * i + 1], 99);
+            }
+        }
+    }
+}
+
+TEST_P(PixelKernelsTest, FlipsOfEveryLength) {
+    std::mt19937 random(5);
+    for (size_t count = 0; count < 200; ++count) {
+        std::vector<uint8_t> bytes(count), flips(count);
+        for (size_t i = 0; i < count; ++i) {
+            bytes[i] = static_cast<uint8_t>(random());
+            flips[i] = static_cast<uint8_t>(random());
+        }
+        auto made = bytes;
+        ActivePixelKernels()->flip(made.data(), flips.data(), static_cast<int64_t>(count));
+        for (size_t i = 0; i < count; ++i)
+            ASSERT_EQ(made[i], bytes[i] ^ flips[i]);
+    }
+}
+
+TEST(MultiplyDirectly, IsTheProductRoundedToNearest) {
+    for (int alpha = 0; alpha < 256; ++alpha) {
+        for (int value = 0; value < 256; ++value) {
+            ASSERT_EQ(MultipliedDirectly(static_cast<uint8_t>(value), static_cast<uint8_t>(alpha)),
+                      std::lround(value * alpha / 255.0));
+        }
+    }
+}
+
+TEST(MultiplyDirectly, TheWayBackWrapsAboveAlphaAndIs0WithoutAlpha) {
+    EXPECT_EQ(UnmultipliedDirectly(0, 0), 0);
+    EXPECT_EQ(UnmultipliedDirectly(200, 0), 0);
+    EXPECT_EQ(UnmultipliedDirectly(64, 128), 128);
+    EXPECT_EQ(UnmultipliedDirectly(128, 128), 255);
+    EXPECT_EQ(UnmultipliedDirectly(200, 100), static_cast<uint8_t>(510));
+    EXPECT_EQ(UnmultipliedDirectly(255, 1), static_cast<uint8_t>(255 * 255));
+    for (int value = 0; value < 256; ++value)
+        EXPECT_EQ(UnmultipliedDirectly(static_cast<uint8_t>(value), 255), value);
+}
+
+TEST(GrayModes, TheSixthIsExact) {
+    for (int x = 0; x <= 6 * 255; ++x)
+        ASSERT_EQ(DivideBy6(x), x / 6);
+}
+
+}  // namespace
+}  // namespace trv
