@@ -69,5 +69,6 @@ void EnterGeometry();
 void EnterNeighbourhoods();
 void EnterTones();
 void EnterEffects();
+void EnterCompositing();
 
 }  // namespace trvbench

@@ -106,6 +106,7 @@ int main(int argc, char** argv) {
     trvbench::EnterNeighbourhoods();
     trvbench::EnterTones();
     trvbench::EnterEffects();
+    trvbench::EnterCompositing();
     trvbench::Table table(trvbench::Lines());
     benchmark::RunSpecifiedBenchmarks(&table);
     return table.Faults() == 0 ? 0 : 1;

@@ -14,6 +14,7 @@
 #include "gallery_command.h"
 #include "help_text.h"
 #include "info_command.h"
+#include "pixel_commands.h"
 #include "platform.h"
 #include "scale_command.h"
 #include "tone_commands.h"
@@ -44,6 +45,7 @@ std::vector<Verb> AddVerbs(CLI::App& program) {
     add(AddToneVerbs(program));
     add(AddBlurVerbs(program));
     add(AddEffectVerbs(program));
+    add(AddPixelVerbs(program));
     verbs.push_back(AddGallery(program));
     verbs.push_back(AddInfo(program));
     return verbs;

@@ -2,6 +2,7 @@
 
 #include "compositing/blend_rules.h"
 #include "compositing/composite_kernels.h"
+#include "spans/independent_loop.h"
 
 namespace trv {
 

@@ -2,6 +2,7 @@
 
 #include "pixelops/gray_modes.h"
 #include "pixelops/pixel_kernels.h"
+#include "spans/independent_loop.h"
 
 namespace trv {
 
