@@ -71,20 +71,18 @@ Work BlendPlaneWithLibyuv() {
 }
 
 void EnterBlends() {
-    const size_t rgba = BytesOf(Layout::Rgba, kLarge), gray = BytesOf(Layout::Gray, kLarge);
-    // Half of what is read and written, since memcpy does both.
-    EnterLine(Named("Combine RGBA, RGBA mask"), 2 * rgba, [] { return CombineWithPlugin(Layout::Rgba); },
+    // memcpy reads and writes one picture, while these read two or three and write one.
+    const size_t rgba = BytesOf(Layout::Rgba, kLarge);
+    EnterLine(Named("Combine RGBA, RGBA mask"), rgba, [] { return CombineWithPlugin(Layout::Rgba); },
               {{kLibyuv, BlendPlaneWithLibyuv}});
-    EnterLine(Named("Combine RGBA, gray mask"), (3 * rgba + gray) / 2,
-              [] { return CombineWithPlugin(Layout::Gray); },
+    EnterLine(Named("Combine RGBA, gray mask"), rgba, [] { return CombineWithPlugin(Layout::Gray); },
               {{kPillow, CompositeWithPillow}, {kLibyuv, BlendWithLibyuv}});
-    EnterLine(Named("Blend RGBA, RGBA mask"), 2 * rgba, [] { return BlendWithPlugin(Layout::Rgba, false); },
+    EnterLine(Named("Blend RGBA, RGBA mask"), rgba, [] { return BlendWithPlugin(Layout::Rgba, false); },
               {{kLibyuv, BlendPlaneWithLibyuv}});
-    EnterLine(Named("Blend RGBA, gray mask"), (3 * rgba + gray) / 2,
-              [] { return BlendWithPlugin(Layout::Gray, false); },
+    EnterLine(Named("Blend RGBA, gray mask"), rgba, [] { return BlendWithPlugin(Layout::Gray, false); },
               {{kPillow, CompositeWithPillow}, {kLibyuv, BlendWithLibyuv}});
-    EnterLine(Named("Blend RGBA on a colour"), (2 * rgba + gray) / 2,
-              [] { return BlendWithPlugin(Layout::Gray, true); }, {{kLibyuv, BlendWithLibyuv}});
+    EnterLine(Named("Blend RGBA on a colour"), rgba, [] { return BlendWithPlugin(Layout::Gray, true); },
+              {{kLibyuv, BlendWithLibyuv}});
 }
 
 // In place
@@ -134,6 +132,12 @@ Work GrayChannelWithOpenCv(Layout layout) {
     };
 }
 
+Work AutoLevelWithPlugin() {
+    const Ref image = SourceImage(Layout::Rgba, kLarge);
+    const auto run = TheHost().Method<bool()>("PictureTRV", "AutoLevel as boolean");
+    return [=]() { Expect(run(image), "AutoLevel"); };
+}
+
 void EnterInPlace() {
     const size_t rgba = BytesOf(Layout::Rgba, kLarge);
     EnterLine(Named("Multiply RGBA"), rgba, [] { return InPlaceWithPlugin(Layout::Rgba, "Multiply"); },
@@ -153,7 +157,7 @@ void EnterInPlace() {
                        {"to one", [=] { return GrayChannelWithOpenCv(layout); }}});
         }
     }
-    EnterLine(Named("AutoLevel RGBA"), rgba, [] { return InPlaceWithPlugin(Layout::Rgba, "AutoLevel"); }, {});
+    EnterLine(Named("AutoLevel RGBA"), rgba, [] { return AutoLevelWithPlugin(); }, {});
 }
 
 }  // namespace
