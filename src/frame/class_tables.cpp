@@ -8,16 +8,6 @@
 
 namespace trv {
 
-namespace {
-
-template <class Definition>
-void FixAllFlags(Definition* members, int64_t count) {
-    for (int64_t i = 0; i < count; ++i)
-        members[i].flags = FixFlags(members[i].flags);
-}
-
-}  // namespace
-
 int32_t FixFlags(int32_t flags) {
     if (HostVersion() < 2020.02 && (flags & 0x708) == 0x308) flags = (flags & ~0x308) | kOrdinary;
     if ((flags & kSinceHost2010) != 0) {
@@ -27,13 +17,17 @@ int32_t FixFlags(int32_t flags) {
     return flags;
 }
 
-void RegisterClass(ClassDefinition& definition) {
+void FixFlags(ClassDefinition& definition) {
     definition.flags = FixFlags(definition.flags);
-    FixAllFlags(definition.methods, definition.methodCount);
-    FixAllFlags(definition.sharedMethods, definition.sharedMethodCount);
-    FixAllFlags(definition.properties, definition.propertyCount);
-    FixAllFlags(definition.sharedProperties, definition.sharedPropertyCount);
-    definition.dataSize = (definition.dataSize + 15) / 16 * 16;
+    FixFlags(definition.methods, definition.methodCount);
+    FixFlags(definition.sharedMethods, definition.sharedMethodCount);
+    FixFlags(definition.properties, definition.propertyCount);
+    FixFlags(definition.sharedProperties, definition.sharedPropertyCount);
+}
+
+void RegisterClass(ClassDefinition& definition) {
+    FixFlags(definition);
+    definition.dataSize = RegisteredDataSize(definition.dataSize);
     definition.version = SdkVersion();
     host::PluginRegisterClass(&definition);
 }

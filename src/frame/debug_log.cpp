@@ -13,7 +13,6 @@ const char* debugPrefix = "TRV Debug: ";
 namespace {
 
 std::FILE* logFile = nullptr;
-const char* const partName = "Image";
 
 }  // namespace
 
@@ -32,13 +31,11 @@ void OpenDebugFile(const char* mode) {
                                               "trvdebug %s.txt", "/trvdebug %s.txt", "~/trvdebug %s.txt"};
     char name[260] = {};
     for (const char* place : kPlaces) {
-        std::snprintf(name, 259, place, partName);
+        std::snprintf(name, 259, place, kPartName);
         logFile = std::fopen(name, mode);
         if (logFile != nullptr) return;
     }
-    char text[kDebugLineBytes];
-    std::snprintf(text, sizeof text, "Failed to open debug file: %s", name);
-    WriteDebugText(text);
+    WriteDebugLine("Failed to open debug file: %s", static_cast<const char*>(name));
 }
 
 void CloseDebugFile() {

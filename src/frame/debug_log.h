@@ -26,8 +26,20 @@ inline constexpr size_t kDebugLineBytes = 4096;
 /// Text before each label: "TRV Debug: ".
 extern const char* debugPrefix;
 
+/// Name of this library, in the names of its log file and of its modules.
+inline constexpr const char* kPartName = "Image";
+
 /// Writes a ready-made text as it is, to the log file if one is open, else to the debugger channel.
 void WriteDebugText(const char* text);
+
+/// Formats a line as printf does and writes it as it is, without prefix; a longer one is cut.
+template <class... Values>
+void WriteDebugLine(const char* format, Values... values) {
+    char line[kDebugLineBytes];
+    line[0] = 0;
+    std::snprintf(line, sizeof line, format, values...);
+    WriteDebugText(line);
+}
 
 /// Opens the log file for writing ("w") or appending ("a"), closing an open one first. The first of five
 /// places that can be opened is taken; if none can, a line says so and lines go on to the debugger channel.

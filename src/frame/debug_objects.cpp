@@ -1,7 +1,6 @@
 #include "frame/debug_objects.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "frame/debug_log.h"
 #include "frame/rb_text.h"
@@ -10,15 +9,6 @@
 namespace trv {
 
 namespace {
-
-/// One line of the trace; a longer one is cut.
-template <class... Values>
-void Write(const char* format, Values... values) {
-    char line[kDebugLineBytes];
-    line[0] = 0;
-    std::snprintf(line, sizeof line, format, values...);
-    WriteDebugText(line);
-}
 
 const void* Address(const void* thing) {
     return thing;
@@ -35,24 +25,24 @@ void CheckData(HostObject instance, const ClassDefinition& definition, const cha
 
 void PrintString(const char* label, HostString string) {
     rbText text(string);
-    Write("%s%s %p: %s", debugPrefix, label, Address(string), text.Text<TextForm::Utf8>());
+    WriteDebugLine("%s%s %p: %s", debugPrefix, label, Address(string), text.Text<TextForm::Utf8>());
 }
 
 void PrintString(HostString string) {
     rbText text(string);
-    Write("%s%p: %s", debugPrefix, Address(string), text.Text<TextForm::Utf8>());
+    WriteDebugLine("%s%p: %s", debugPrefix, Address(string), text.Text<TextForm::Utf8>());
 }
 
 void PrintText(const char* label, HostText text) {
     TextData data{};
     if (!host::PluginGetTextData(text, "utf-8", &data)) {
-        Write("%s%s %p and no text", debugPrefix, label, Address(text));
+        WriteDebugLine("%s%s %p and no text", debugPrefix, label, Address(text));
         return;
     }
     // The host promises a size but no terminator.
     const auto length = static_cast<int>(std::clamp<int64_t>(data.size, 0, kDebugLineBytes));
-    Write("%s%s %p: %.*s", debugPrefix, label, Address(text), data.data == nullptr ? 0 : length,
-          data.data == nullptr ? "" : static_cast<const char*>(data.data));
+    WriteDebugLine("%s%s %p: %.*s", debugPrefix, label, Address(text), data.data == nullptr ? 0 : length,
+                   data.data == nullptr ? "" : static_cast<const char*>(data.data));
     host::PluginDisposeTextData(&data);
 }
 

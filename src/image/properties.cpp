@@ -1,6 +1,5 @@
 #include "image/properties.h"
 
-#include "frame/debug_log.h"
 #include "frame/failures.h"
 #include "frame/host_strings.h"
 #include "frame/memory_blocks.h"
@@ -57,15 +56,6 @@ HostObject GetMemory(HostObject me, int64_t /*parameter*/) {
 
 int64_t GetInt64Field(HostObject me, int64_t parameter) {
     return Int64Field(me, parameter);
-}
-
-Boolean GetDebugging(int64_t /*parameter*/) {
-    return debugFlag;
-}
-
-void SetDebugging(int64_t /*parameter*/, Boolean value) {
-    debugFlag = value != 0;
-    TRV_LOG("TRV debug logging enabled.");
 }
 
 }  // namespace trv

@@ -23,8 +23,4 @@ HostObject GetMemory(HostObject me, int64_t parameter);
 /// The 64-bit field at byte `parameter` of the record.
 int64_t GetInt64Field(HostObject me, int64_t parameter);
 
-/// The switch of the debug log, a shared property.
-Boolean GetDebugging(int64_t parameter);
-void SetDebugging(int64_t parameter, Boolean value);
-
 }  // namespace trv

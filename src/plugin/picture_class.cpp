@@ -18,6 +18,7 @@
 #include "filters/point_filters.h"
 #include "filters/stamp.h"
 #include "filters/unsharp_filter.h"
+#include "frame/debugging_property.h"
 #include "geometry/mirrors.h"
 #include "geometry/rotate.h"
 #include "geometry/turns.h"
@@ -148,17 +149,7 @@ PropertyDefinition properties[] = {
     Int64Field("TotalSize", offsetof(PictureTRV, TotalSize)),
 };
 
-constexpr AttributeDefinition kHidden[] = {{.name = "Hidden", .value = ""}};
-
-PropertyDefinition sharedProperties[] = {
-    {.name = "Debugging",
-     .type = "Boolean",
-     .flags = kSharedProperty,
-     .getter = TableFunction(GetDebugging),
-     .setter = TableFunction(SetDebugging),
-     .attributeCount = std::size(kHidden),
-     .attributes = kHidden},
-};
+PropertyDefinition sharedProperties[] = {DebuggingProperty()};
 
 // Constants
 // ------------------------------------------------------------------------------------------------------

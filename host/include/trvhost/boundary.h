@@ -66,6 +66,28 @@ struct DelegateDefinition {
     const AttributeDefinition* attributes;
 };
 
+struct EnumDefinition {
+    const char* name;
+    uint64_t flags;
+    int64_t entryCount;
+    const char** entries;
+    int64_t attributeCount;
+    const AttributeDefinition* attributes;
+};
+
+struct ModuleDefinition {
+    uint64_t version;  ///< 32 bits in an 8-byte slot
+    const char* name;
+    MethodDefinition* methods;
+    int64_t methodCount;
+    PropertyDefinition* properties;
+    int64_t propertyCount;
+    EnumDefinition* enums;
+    int64_t enumCount;
+    uint64_t flags;
+};
+
+/// A class's table, and a control's.
 struct ClassDefinition {
     uint64_t version;  ///< 32 bits in an 8-byte slot
     const char* name;
@@ -151,6 +173,8 @@ static_assert(sizeof(PropertyDefinition) == 96);
 static_assert(sizeof(ConstantDefinition) == 40);
 static_assert(sizeof(EventDefinition) == 32);
 static_assert(sizeof(DelegateDefinition) == 32);
+static_assert(sizeof(EnumDefinition) == 48);
+static_assert(sizeof(ModuleDefinition) == 72);
 static_assert(sizeof(ClassDefinition) == 200);
 static_assert(offsetof(ClassDefinition, forSystemUse) == 32);
 static_assert(offsetof(ClassDefinition, destructor) == 48);
