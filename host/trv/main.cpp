@@ -3,13 +3,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <new>
 #include <string>
 #include <vector>
 
 #include "blur_commands.h"
+#include "complaint.h"
 #include "effect_commands.h"
 #include "gallery_command.h"
 #include "help_text.h"
@@ -24,18 +24,6 @@
 namespace {
 
 using namespace trvhost::program;
-
-constexpr int kFailed = 1;
-constexpr int kNotUnderstood = 2;
-
-/// One line, whatever the name of a file has in it.
-int Complain(int status, std::string text) {
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return (c >= 0 && c < ' ') || c == 0x7F; }, '?');
-    std::fprintf(stderr, "trv: %s\n", text.c_str());
-    return status;
-}
 
 std::vector<Verb> AddVerbs(CLI::App& program) {
     std::vector<Verb> verbs = {AddScale(program)};

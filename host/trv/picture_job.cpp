@@ -9,6 +9,7 @@
 #include "picture_header.h"
 #include "pixel_alpha.h"
 #include "platform.h"
+#include "time_limit.h"
 
 namespace trvhost::program {
 
@@ -62,6 +63,11 @@ void AddPictureOptions(CLI::App& verb, PictureOptions& options) {
                     "Quality of a JPEG or WebP file, 1 to 100 [" + std::to_string(options.quality) + "]")
         ->type_name("N")
         ->check(CLI::Range(1, 100).description(""));
+    verb.add_option("--load-limit", options.loadLimit,
+                    "Most seconds of processor time for reading a picture [" +
+                        std::to_string(options.loadLimit) + "]")
+        ->type_name("N")
+        ->check(CLI::Range(0, 1000000).description(""));
     verb.add_flag("--mapped", options.mapped,
                   "Keep the images in scratch files instead of memory, with a window of each in memory");
     verb.add_flag("--quiet", options.quiet, "Print nothing when all is well");
@@ -79,7 +85,7 @@ PictureJob::PictureJob(const PictureOptions& options, std::string doing,
     if (sizeByHeader && checkSize) checkSize(*sizeByHeader, *format_);
     host_ = StartHost(options.host);
     progress_.Stage("loading " + options.in);
-    picture_ = host_->LoadPicture(in);
+    picture_ = Load(in);
     size_ = {picture_.Width(), picture_.Height()};
     if (checkSize) checkSize(size_, *format_);
     if (options.mapped) scratch_.emplace(*host_);
@@ -134,7 +140,15 @@ void PictureJob::ForEachRow(const Ref& image, const std::function<void(std::span
 
 Ref PictureJob::LoadImage(const std::string& file) const {
     CheckPictureFile(ToPath(file));
-    return ImageOf(TheHost().LoadPicture(ToPath(file)));
+    return ImageOf(Load(ToPath(file)));
+}
+
+Picture PictureJob::Load(const std::filesystem::path& file) const {
+    const TimeLimit limit("cannot load " + ToText(file), options_.loadLimit);
+    const MutedLibraries muted;
+    Picture picture = TheHost().LoadPicture(file);
+    limit.Check();
+    return picture;
 }
 
 Ref PictureJob::Copied(const Ref& image, const Ref& onto) const {

@@ -25,6 +25,7 @@ struct PictureOptions {
     std::string in;
     std::string out;
     int quality = 90;
+    int loadLimit = 120;  ///< seconds of processor time for a picture that is read
     bool mapped = false;
     bool quiet = false;
     HostChoice host;
@@ -89,6 +90,7 @@ class PictureJob {
 
   private:
     [[noreturn]] static void Refused(const std::string& method);
+    [[nodiscard]] Picture Load(const std::filesystem::path& file) const;
     [[nodiscard]] Ref ImageOf(const Picture& picture) const;
     [[nodiscard]] Picture PictureOf(const Ref& image) const;
     [[nodiscard]] Ref Copied(const Ref& image, const Ref& onto) const;

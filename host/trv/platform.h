@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -18,6 +19,17 @@ std::optional<std::string> Environment(const char* name);
 /// Sets up standard output and standard error for UTF-8, and has writing beyond a limit of the system fail
 /// where it would end the program.
 void PrepareStreams();
+/// Standard error for what this program itself says, also while others are muted.
+std::FILE* ErrorStream();
+/// While it lives, what libraries write to standard error goes nowhere: libpng, for one, tells there what it
+/// thinks of a damaged file.
+class MutedLibraries {
+  public:
+    MutedLibraries();
+    ~MutedLibraries();
+    MutedLibraries(const MutedLibraries&) = delete;
+    MutedLibraries& operator=(const MutedLibraries&) = delete;
+};
 /// True when a person is looking at standard error.
 bool ErrorIsTerminal();
 /// This program's own file.

@@ -27,8 +27,8 @@ Progress::~Progress() {
     changed_.notify_all();
     thread_.join();
     if (longest_ == 0) return;
-    std::fprintf(stderr, "\r%*s\r", static_cast<int>(longest_), "");
-    std::fflush(stderr);
+    std::fprintf(ErrorStream(), "\r%*s\r", static_cast<int>(longest_), "");
+    std::fflush(ErrorStream());
 }
 
 void Progress::Stage(std::string text) {
@@ -51,8 +51,8 @@ void Progress::Show() {
     const std::string line = stage_ + " ... " + std::to_string(seconds) + " s";
     if (line == shown_) return;
     // The blanks cover what a longer line has left behind.
-    std::fprintf(stderr, "\r%-*s", static_cast<int>(longest_), line.c_str());
-    std::fflush(stderr);
+    std::fprintf(ErrorStream(), "\r%-*s", static_cast<int>(longest_), line.c_str());
+    std::fflush(ErrorStream());
     longest_ = std::max(longest_, line.size());
     shown_ = line;
 }

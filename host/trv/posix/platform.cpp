@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -10,6 +11,9 @@
 namespace trvhost::program {
 
 namespace {
+
+/// A second way to where standard error goes; null if that is closed.
+std::FILE* ownError = nullptr;
 
 // What a signal handler may touch: written while the signals are not yet, or no longer, for it.
 char doomedFile[4096];
@@ -43,6 +47,25 @@ std::optional<std::string> Environment(const char* name) {
 
 void PrepareStreams() {
     std::signal(SIGXFSZ, SIG_IGN);
+    const int own = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (own >= 0) ownError = fdopen(own, "w");
+    if (ownError != nullptr) std::setvbuf(ownError, nullptr, _IONBF, 0);
+}
+
+std::FILE* ErrorStream() {
+    return ownError != nullptr ? ownError : stderr;
+}
+
+MutedLibraries::MutedLibraries() {
+    if (ownError == nullptr) return;
+    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nothing < 0) return;
+    dup2(nothing, STDERR_FILENO);
+    close(nothing);
+}
+
+MutedLibraries::~MutedLibraries() {
+    if (ownError != nullptr) dup2(fileno(ownError), STDERR_FILENO);
 }
 
 bool ErrorIsTerminal() {

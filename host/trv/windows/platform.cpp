@@ -41,6 +41,14 @@ void PrepareStreams() {
     SetConsoleOutputCP(CP_UTF8);
 }
 
+std::FILE* ErrorStream() {
+    return stderr;
+}
+
+// The system's decoders keep to themselves what they think.
+MutedLibraries::MutedLibraries() = default;
+MutedLibraries::~MutedLibraries() = default;
+
 bool ErrorIsTerminal() {
     return _isatty(_fileno(stderr)) != 0;
 }
