@@ -57,16 +57,22 @@ class HorizontalBlock {
         for (int64_t r = 0; r < kMostLanes; ++r) {
             rowsHeld_[r] = held_ && r < rows ? FetchRow(task_.source, y + r) : nullptr;
         }
-        const TapTable<T>& table = pass_.tables_.For<T>();
-        for (int64_t begin = 0; begin < table.Count();) {
-            const ListGroup group =
-                NextGroup(table, begin, table.Count(), kLists, lanes_ * int64_t{sizeof(T)});
-            DoGroup<T>(group);
-            begin = group.end;
+        const int64_t count = pass_.tables_.For<T>().Count();
+        for (int64_t begin = 0; begin < count;) {
+            const auto [end, isFixed] = pass_.tables_.StretchFrom(begin, count);
+            begin = isFixed ? DoNextGroup<uint8_t>(begin, end) : DoNextGroup<T>(begin, end);
         }
     }
 
   private:
+    /// The group that starts with list `begin`, below `end`; gives the first list behind it.
+    template <class T>
+    int64_t DoNextGroup(int64_t begin, int64_t end) {
+        const ListGroup group = NextGroup(pass_.tables_.For<T>(), begin, end, kLists, lanes_ * kLaneBytes<T>);
+        DoGroup<T>(group);
+        return group.end;
+    }
+
     template <class T>
     void DoGroup(const ListGroup& group) {
         for (int64_t i = 0; i < group.Lists(); ++i)
@@ -76,10 +82,10 @@ class HorizontalBlock {
         job.lanes = lanes_;
         job.lists = pass_.tables_.For<T>().Lists() + group.begin;
         job.listCount = group.Lists();
-        job.open = reinterpret_cast<T*>(open_.Get());
+        job.open = reinterpret_cast<SumOf<T>*>(open_.Get());
         job.out = out_;
         job.doubts = doubts_.Get();
-        ForEachWindow(group, lanes_ * int64_t{sizeof(T)}, [&](int64_t first, int64_t end) {
+        ForEachWindow(group, lanes_ * kLaneBytes<T>, [&](int64_t first, int64_t end) {
             LoadWindow<T>(first, end);
             job.firstPosition = first;
             job.endPosition = end;
@@ -295,7 +301,8 @@ HorizontalPass::HorizontalPass(const ScaleTask& task, const ContributionList* co
     FindPlanes();
     FindSpans();
     const SampleRange range{task.family.MaxValue(), planes_[0].reader.kind == SampleReader::Kind::Luma};
-    if (!tables_.Build(contrib, task.TempColumns(), task.source.Width, range, task.family.wide))
+    if (!tables_.Build(contrib, task.TempColumns(), task.source.Width, range, task.family.wide,
+                       kernels_->fixed.samples.accumulateBytes != nullptr))
         kernels_ = nullptr;
 }
 

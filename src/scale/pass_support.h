@@ -53,12 +53,18 @@ inline void Prefetch(const uint8_t* bytes, int64_t count) {
 /// The kernels' functions for T.
 template <class T>
 [[nodiscard]] const SampleKernels<T>& KernelsFor(const RowKernels& kernels) {
-    if constexpr (sizeof(T) == sizeof(float)) {
+    if constexpr (sizeof(T) == 1) {
+        return kernels.fixed.samples;
+    } else if constexpr (sizeof(T) == sizeof(float)) {
         return kernels.single;
     } else {
         return kernels.wide;
     }
 }
+
+/// Bytes of a window that a lane's sample is reckoned with. Bytes are worked on in as large groups as floats.
+template <class T>
+inline constexpr int64_t kLaneBytes = std::max(sizeof(T), sizeof(float));
 
 /// Lists that are worked on together, and the positions that their taps cover.
 struct ListGroup {
@@ -100,12 +106,16 @@ void ForEachWindow(const ListGroup& group, int64_t positionBytes, Work&& work) {
     }
 }
 
-/// The tables of a pass: float where its margins are small enough to be useful, double where they are not.
+/// The tables of a pass: bytes for the lists whose weights allow it, if most do; for the others float where
+/// its margins are small enough to be useful, double where they are not.
 class TapTables {
   public:
-    /// `onlyWide` is for samples of 16 bits. False if there is no memory.
+    /// `onlyWide` is for samples of 16 bits, `hasFixed` tells whether there are kernels for bytes. False if
+    /// there is no memory.
     [[nodiscard]] bool Build(const ContributionList* contrib, int64_t count, int64_t positions,
-                             SampleRange range, bool onlyWide) {
+                             SampleRange range, bool onlyWide, bool hasFixed) {
+        useFixed_ = hasFixed && !onlyWide && !range.luma && fixed_.Build(contrib, count, positions, range) &&
+                    fixed_.ExpectedDoubts() < kMostOthers;
         useWide_ = onlyWide || !single_.Build(contrib, count, positions, range) ||
                    single_.ExpectedDoubts() > kMostDoubts;
         return wide_.Build(contrib, count, positions, range);
@@ -113,20 +123,43 @@ class TapTables {
     [[nodiscard]] bool UseWide() const { return useWide_; }
     template <class T>
     [[nodiscard]] const TapTable<T>& For() const {
-        if constexpr (sizeof(T) == sizeof(float)) {
+        if constexpr (sizeof(T) == 1) {
+            return fixed_;
+        } else if constexpr (sizeof(T) == sizeof(float)) {
             return single_;
         } else {
             return wide_;
         }
     }
 
+    /// The end of the lists from `begin` on, below `end`, that are alike in being or not being for bytes;
+    /// whether they are.
+    struct Stretch {
+        int64_t end;
+        bool isFixed;
+    };
+    [[nodiscard]] Stretch StretchFrom(int64_t begin, int64_t end) const {
+        if (!useFixed_) return {end, false};
+        const auto isFixed = [&](int64_t list) { return fixed_.Lists()[list].margin == 0; };
+        const bool first = isFixed(begin);
+        int64_t stop = begin + 1;
+        while (stop < end && isFixed(stop) == first)
+            ++stop;
+        return {stop, first};
+    }
+
     /// Share of doubts from which on double is faster.
     static constexpr double kMostDoubts = 1.0 / 64.0;
 
   private:
+    /// Share of lists not for bytes from which on it is no use to tell them apart.
+    static constexpr double kMostOthers = 0.25;
+
+    TapTable<uint8_t> fixed_;
     TapTable<float> single_;
     TapTable<double> wide_;
     bool useWide_ = false;
+    bool useFixed_ = false;
 };
 
 /// Counts doubts as they come, and tells when an image has so many that float does not pay.

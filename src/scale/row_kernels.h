@@ -10,8 +10,12 @@
 // the list's sum beforehand and its roundings differ. So every list carries a margin that bounds all of these
 // differences, and a result that lies closer than that to the border between two values is reported as a
 // doubt, for the caller to compute the exact way.
+//
+// Where the weights of a list are whole 128ths, as those of the box and the triangle at ratios of 2, 4 and 8,
+// T is uint8_t: samples less 128, weights in 128ths, sums in 16 bits, nothing rounded and no doubts.
 
 #include <cstdint>
+#include <type_traits>
 
 namespace trv {
 
@@ -26,10 +30,14 @@ template <class T>
 struct TapList {
     int64_t first;     // position of the first tap
     int64_t count;     // taps, at consecutive positions
-    const T* weights;  // weight / weightSum
+    const T* weights;  // weight / weightSum; in 128ths for uint8_t
     T bias;    // start of the sum: a half, for rounding, and what keeps a lattice of results off the borders
-    T margin;  // doubt distance from the nearest integer: negative never, 1 always
+    T margin;  // doubt distance from the nearest integer: negative never, 1 always; for uint8_t 0 never
 };
+
+/// What sums of products are formed in.
+template <class T>
+using SumOf = std::conditional_t<sizeof(T) == 1, int16_t, T>;
 
 /// Results of one group of lanes that need the exact computation.
 struct Doubt {
@@ -46,7 +54,7 @@ struct AccumulateJob {
     int64_t lanes;  // multiple of kGroupLanes, at most kMostLanes
     const TapList<T>* lists;
     int64_t listCount;
-    T* open;              // [list][lane]: sums that reach beyond the window on either side
+    SumOf<T>* open;       // [list][lane]: sums that reach beyond the window on either side
     uint8_t* const* out;  // [list]: where the lanes' results go
     Doubt* doubts;        // room for one per list and group
     int64_t doubtCount;   // doubts so far
@@ -66,10 +74,20 @@ struct SampleKernels {
     void (*accumulateBytes)(AccumulateJob<T>& job);
 };
 
+/// What exists for weights in 128ths; all null for an instruction set without a product of bytes.
+struct FixedKernels {
+    SampleKernels<uint8_t> samples;  // without luma
+    /// The weighted sum of whole rows: byte i of `out` is that of the bytes i of the rows, rounded. At
+    /// most 32 taps, whose weights sum to 128. `out` overlaps no row.
+    void (*blendRows)(const uint8_t* const* rows, const uint8_t* weights, int64_t taps, int64_t bytes,
+                      uint8_t* out);
+};
+
 struct RowKernels {
     const char* name;
     SampleKernels<float> single;
     SampleKernels<double> wide;
+    FixedKernels fixed;
     /// 16-bit samples, in doubles: groups of 16 words, or of 16 low bytes followed by 16 high bytes.
     void (*unpackWords)(const uint8_t* from, int64_t step, int64_t count, double* window, int64_t windowStep);
     void (*unpackSplitWords)(const uint8_t* from, int64_t step, int64_t count, double* window,

@@ -115,10 +115,11 @@ inline void StoreTogether(uint8_t* p, const T* v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), _mm256_permutevar8x32_epi32(bytes, order));
 }
 
+#include "scale/fixed_kernels.inc"
 #include "scale/row_kernels.inc"
 
 }  // namespace
 
-constinit const RowKernels kRowKernelsAvx2 = MakeRowKernels("avx2");
+constinit const RowKernels kRowKernelsAvx2 = MakeRowKernels("avx2", MakeFixedKernels<32>());
 
 }  // namespace trv

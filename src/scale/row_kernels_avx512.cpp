@@ -95,10 +95,28 @@ inline void StoreTogether(uint8_t* p, const T* v) {
     _mm512_storeu_si512(p, _mm512_permutexvar_epi32(order, _mm512_packus_epi16(low, high)));
 }
 
+#include "scale/fixed_kernels.inc"
+
+template <>
+struct FixedVector<64> {
+    using Type = __m512i;
+    static constexpr int kLanes = 64;
+    static Type Load(const void* p) { return _mm512_loadu_si512(p); }
+    static void Store(void* p, Type v) { _mm512_storeu_si512(p, v); }
+    static Type Set(int16_t x) { return _mm512_set1_epi16(x); }
+    static Type InterleaveLow(Type a, Type b) { return _mm512_unpacklo_epi8(a, b); }
+    static Type InterleaveHigh(Type a, Type b) { return _mm512_unpackhi_epi8(a, b); }
+    static Type Products(Type a, Type b) { return _mm512_maddubs_epi16(a, b); }
+    static Type Add(Type a, Type b) { return _mm512_add_epi16(a, b); }
+    static Type Halve(Type a, Type b) {
+        return _mm512_packus_epi16(_mm512_srli_epi16(a, 7), _mm512_srli_epi16(b, 7));
+    }
+};
+
 #include "scale/row_kernels.inc"
 
 }  // namespace
 
-constinit const RowKernels kRowKernelsAvx512 = MakeRowKernels("avx512");
+constinit const RowKernels kRowKernelsAvx512 = MakeRowKernels("avx512", MakeFixedKernels<64>());
 
 }  // namespace trv

@@ -133,6 +133,6 @@ inline void StoreTogether(uint8_t*, const T*) {}
 
 }  // namespace
 
-constinit const RowKernels kRowKernelsBaseline = MakeRowKernels("baseline");
+constinit const RowKernels kRowKernelsBaseline = MakeRowKernels("baseline", {});
 
 }  // namespace trv

@@ -123,6 +123,35 @@ void Judge(const ContributionList& from, SampleRange range, TapList<T>& list) {
     }
 }
 
+/// Steps of a lattice that weights in bytes can hold.
+constexpr double kFixedSteps = 128.0;
+
+template <>
+void FillWeights(const ContributionList& from, int64_t first, uint8_t* weights) {
+    const double sum = static_cast<double>(from.weightSum);
+    for (int64_t k = 0; k < from.count; ++k) {
+        weights[from.entries[k].pixel - first] =
+            static_cast<uint8_t>(static_cast<double>(from.entries[k].weight) * kFixedSteps / sum);
+    }
+}
+
+/// Whether every weight is a whole number of steps, and all of them add up.
+template <>
+void Judge(const ContributionList& from, SampleRange /*range*/, TapList<uint8_t>& list) {
+    list.margin = 1;
+    if (!HasUsableSum(from) || LatticeOf(from) == 0.0) return;
+    const double sum = static_cast<double>(from.weightSum);
+    double total = 0.0;
+    for (int64_t k = 0; k < from.count; ++k) {
+        const double weight = static_cast<double>(from.entries[k].weight);
+        const double steps = std::floor(weight * kFixedSteps / sum);
+        // Exact: the products have few enough bits.
+        if (weight < 0.0 || steps * sum != weight * kFixedSteps) return;
+        total += steps;
+    }
+    if (total == kFixedSteps) list.margin = 0;
+}
+
 }  // namespace
 
 template <class T>
@@ -178,6 +207,7 @@ bool TapTable<T>::Build(const ContributionList* contrib, int64_t count, int64_t 
     return true;
 }
 
+template class TapTable<uint8_t>;
 template class TapTable<float>;
 template class TapTable<double>;
 

@@ -12,6 +12,9 @@
 //   L, and often an integer itself. Starting the sum 1 / (4 L) higher keeps the kernels' number off the
 //   integers, always on the exact one's side: no doubts, although ties are frequent.
 //
+//   For TapTable<uint8_t> a list is either a lattice of 128 steps or fewer without negative weights, or
+//   irregular.
+//
 //   Irregular. A sum that is not positive, weights far larger than their sum, an empty list, or so many taps
 //   that the margin means nothing: every result is a doubt.
 
@@ -55,6 +58,7 @@ class TapTable {
     double expectedDoubts_ = 0.0;
 };
 
+extern template class TapTable<uint8_t>;
 extern template class TapTable<float>;
 extern template class TapTable<double>;
 

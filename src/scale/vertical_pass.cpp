@@ -259,6 +259,45 @@ class VerticalStrips {
     uint8_t* out_[kLists] = {};
 };
 
+/// Destination rows whose weights are 128ths, each as a whole: nothing is converted, and rows are read and
+/// written from one end to the other.
+class BlendedRow {
+  public:
+    explicit BlendedRow(const VerticalPass& pass)
+        : pass_(pass),
+          task_(pass.task_),
+          bytes_(task_.DestinationColumns() * task_.family.pixelBytes),
+          result_(pass.unpack_.IsCopy() ? 1 : bytes_),
+          possible_(task_.temp.IsMapping == 0 && task_.destination.IsMapping == 0 && result_.Ok()) {}
+
+    /// Row `y`; false, with nothing done, if it has to be done in strips.
+    [[nodiscard]] bool Do(int64_t y) {
+        const TapList<uint8_t>& list = pass_.tables_.For<uint8_t>().Lists()[y];
+        const uint8_t* rows[kMostTaps];
+        if (!possible_ || list.count > kMostTaps) return false;
+        for (int64_t k = 0; k < list.count; ++k) {
+            rows[k] = FetchInside(task_.temp, list.first + k);
+            if (rows[k] == nullptr) return false;
+        }
+        uint8_t* target = FetchInside(task_.destination, y);
+        if (target == nullptr) return true;
+        target += pass_.storeBase_;
+        uint8_t* out = pass_.unpack_.IsCopy() ? target : result_.Get();
+        pass_.kernels_->fixed.blendRows(rows, list.weights, list.count, bytes_, out);
+        if (out != target) pass_.unpack_.Convert(out, target, task_.DestinationColumns());
+        return true;
+    }
+
+  private:
+    static constexpr int64_t kMostTaps = 32;
+
+    const VerticalPass& pass_;
+    const ScaleTask& task_;
+    const int64_t bytes_;
+    WorkBlock<uint8_t> result_;  // a row of MyPixels
+    const bool possible_;
+};
+
 VerticalPass::VerticalPass(const ScaleTask& task, const ContributionList* contrib)
     : task_(task), contrib_(contrib), kernels_(ActiveRowKernels()), sampleBytes_(task.family.wide ? 2 : 1) {
     if (task.DestinationColumns() < 1 || task.DestinationRows() < 1 || task.destination.PixelSize < 1)
@@ -266,7 +305,8 @@ VerticalPass::VerticalPass(const ScaleTask& task, const ContributionList* contri
     if (kernels_ == nullptr) return;
     FindMoves();
     const SampleRange range{task.family.MaxValue(), false};
-    if (!tables_.Build(contrib, task.DestinationRows(), task.temp.Height, range, task.family.wide))
+    if (!tables_.Build(contrib, task.DestinationRows(), task.temp.Height, range, task.family.wide,
+                       kernels_->fixed.blendRows != nullptr))
         kernels_ = nullptr;
 }
 
@@ -298,11 +338,14 @@ void VerticalPass::FindMoves() {
     for (int w = 1; w < task_.family.writeCount; ++w)
         storeBase_ = std::min(storeBase_, offsetOf(w));
     store_ = SpanConverter(packedPixel, task_.destination.PixelSize);
+    unpack_ = SpanConverter(task_.family.pixelBytes, task_.destination.PixelSize);
     for (int w = 0; w < task_.family.writeCount; ++w) {
         const int slot = task_.family.writes[static_cast<size_t>(w)].slot;
+        addSample(unpack_, int64_t{slot} * sampleBytes_, offsetOf(w) - storeBase_);
         addSample(store_, packed[static_cast<size_t>(slot)] * sampleBytes_, offsetOf(w) - storeBase_);
     }
     store_.Prepare();
+    unpack_.Prepare();
 }
 
 void VerticalPass::YieldAfter(int64_t rows, bool yields) const {
@@ -324,9 +367,17 @@ void VerticalPass::Run(int64_t first, int64_t last, bool yields) const {
         return RunPlain(first, last, yields);
     VerticalStrips strips(*this);
     if (!strips.Ok()) return RunPlain(first, last, yields);
+    BlendedRow row(*this);
     bool useWide = tables_.UseWide();
+    TapTables::Stretch stretch{first, false};
     for (int64_t y = first; y <= last;) {
-        const int64_t rows = useWide ? strips.Do<double>(y, last + 1) : strips.Do<float>(y, last + 1);
+        if (y >= stretch.end) stretch = tables_.StretchFrom(y, last + 1);
+        if (stretch.isFixed && row.Do(y)) {
+            YieldAfter(1, yields);
+            ++y;
+            continue;
+        }
+        const int64_t rows = useWide ? strips.Do<double>(y, stretch.end) : strips.Do<float>(y, stretch.end);
         useWide = useWide || strips.Meter().TooMany();
         YieldAfter(rows, yields);
         y += rows;

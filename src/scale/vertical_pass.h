@@ -26,6 +26,7 @@ class VerticalPass {
 
   private:
     friend class VerticalStrips;
+    friend class BlendedRow;
 
     void FindMoves();
     void RunPlain(int64_t first, int64_t last, bool yields) const;
@@ -40,6 +41,7 @@ class VerticalPass {
     std::array<int, kMostSlots> usedSlots_{};  // ascending
     SpanConverter pack_;                       // MyPixel to the used slots side by side
     SpanConverter store_;                      // these to the destination's pixel
+    SpanConverter unpack_;                     // MyPixel to the destination's pixel at once
     int64_t storeBase_ = 0;                    // lowest offset that is stored to
 };
 

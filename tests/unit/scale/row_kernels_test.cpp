@@ -125,6 +125,101 @@ TEST_P(RowKernelsTest, Transpose) {
     }
 }
 
+// Weights in 128ths
+// ---------------------------------------------------------------------------------------------------------------------
+
+/// Weights that sum to 128, some of them 0.
+std::vector<uint8_t> Weights128(size_t taps, std::mt19937& random) {
+    std::vector<uint8_t> weights(taps);
+    for (int left = 128; left > 0;) {
+        const int share =
+            random() % 4 == 0 ? left : 1 + static_cast<int>(random() % static_cast<unsigned>(left));
+        uint8_t& weight = weights[random() % taps];
+        weight = static_cast<uint8_t>(weight + share);
+        left -= share;
+    }
+    return weights;
+}
+
+TEST_P(RowKernelsTest, BlendRows) {
+    if (kernels_->fixed.blendRows == nullptr) GTEST_SKIP() << "no product of bytes here";
+    for (int round = 0; round < 400; ++round) {
+        const size_t taps = 1 + random_() % 32;
+        const size_t bytes = random_() % 300;
+        const std::vector<uint8_t> weights = Weights128(taps, random_);
+        std::vector<std::vector<uint8_t>> rows;
+        std::vector<const uint8_t*> addresses;
+        for (size_t k = 0; k < taps; ++k)
+            rows.push_back(round % 5 == 0 ? std::vector<uint8_t>(bytes, round % 2 == 0 ? 255 : 0)
+                                          : Noise(bytes));
+        for (const auto& row : rows)
+            addresses.push_back(row.data());
+        std::vector<uint8_t> out(bytes + 1, 77);
+        kernels_->fixed.blendRows(addresses.data(), weights.data(), static_cast<int64_t>(taps),
+                                  static_cast<int64_t>(bytes), out.data());
+        for (size_t i = 0; i < bytes; ++i) {
+            int sum = 64;
+            for (size_t k = 0; k < taps; ++k)
+                sum += weights[k] * rows[k][i];
+            ASSERT_EQ(out[i], sum / 128) << taps << " taps, byte " << i << " of " << bytes;
+        }
+        EXPECT_EQ(out[bytes], 77);
+    }
+}
+
+TEST_P(RowKernelsTest, AccumulateBytesIn128ths) {
+    if (kernels_->fixed.samples.accumulateBytes == nullptr) GTEST_SKIP() << "no product of bytes here";
+    for (int round = 0; round < 300; ++round) {
+        const int64_t lanes = kGroupLanes * (1 + random_() % 8);
+        const int64_t positions = 1 + random_() % 40;
+        const std::vector<uint8_t> samples = Noise(static_cast<size_t>(lanes * positions));
+        std::vector<std::vector<uint8_t>> weights;
+        std::vector<TapList<uint8_t>> lists;
+        for (int64_t first = 0; first < positions; first += 1 + random_() % 3) {
+            const int64_t count = 1 + random_() % static_cast<unsigned>(positions - first);
+            weights.push_back(Weights128(static_cast<size_t>(count), random_));
+            lists.push_back({first, count, nullptr, 0, 0});
+        }
+        for (size_t i = 0; i < lists.size(); ++i)
+            lists[i].weights = weights[i].data();
+        std::vector<std::vector<uint8_t>> results(lists.size(),
+                                                  std::vector<uint8_t>(static_cast<size_t>(lanes)));
+        std::vector<uint8_t*> out;
+        for (auto& result : results)
+            out.push_back(result.data());
+        std::vector<int16_t> open(lists.size() * static_cast<size_t>(lanes));
+        const int64_t inWindow = 1 + random_() % static_cast<unsigned>(positions);
+        std::vector<uint8_t> window(static_cast<size_t>(lanes * inWindow));
+        AccumulateJob<uint8_t> job{};
+        job.window = window.data();
+        job.lanes = lanes;
+        job.lists = lists.data();
+        job.listCount = static_cast<int64_t>(lists.size());
+        job.open = open.data();
+        job.out = out.data();
+        for (int64_t first = 0; first < positions; first += inWindow) {
+            job.firstPosition = first;
+            job.endPosition = std::min(first + inWindow, positions);
+            for (int64_t lane = 0; lane < lanes; lane += kGroupLanes) {
+                kernels_->fixed.samples.unpackBytes(samples.data() + first * lanes + lane, lanes,
+                                                    job.endPosition - first, window.data() + lane, lanes);
+            }
+            kernels_->fixed.samples.accumulateBytes(job);
+        }
+        EXPECT_EQ(job.doubtCount, 0);
+        for (size_t i = 0; i < lists.size(); ++i) {
+            for (int64_t lane = 0; lane < lanes; ++lane) {
+                int sum = 64;
+                for (int64_t k = 0; k < lists[i].count; ++k)
+                    sum += lists[i].weights[k] *
+                           samples[static_cast<size_t>((lists[i].first + k) * lanes + lane)];
+                ASSERT_EQ(results[i][static_cast<size_t>(lane)], sum / 128)
+                    << "list " << i << " lane " << lane;
+            }
+        }
+    }
+}
+
 // Accumulation
 // ---------------------------------------------------------------------------------------------------------------------
 

@@ -188,6 +188,45 @@ TEST(TapTable, LatticesHaveNoDoubts) {
     }
 }
 
+TEST(TapTable, ListsForBytesHaveTheWeightsIn128ths) {
+    int64_t lists128 = 0;
+    for (const int64_t mode : {ScaleBox, ScaleTriangle, ScaleLanczos3}) {
+        for (const auto& [in, out] : kSizes) {
+            const Lists lists(mode, in, out);
+            TapTable<uint8_t> table;
+            ASSERT_TRUE(table.Build(lists.Get(), out, in, {255, false}));
+            for (int64_t i = 0; i < out; ++i) {
+                const TapList<uint8_t>& list = table.Lists()[i];
+                const ContributionList& from = lists.Get()[i];
+                bool fits = true;
+                int total = 0;
+                for (int64_t k = 0; k < from.count; ++k) {
+                    const double exact = 128.0 * static_cast<double>(from.entries[k].weight) /
+                                         static_cast<double>(from.weightSum);
+                    fits = fits && exact >= 0 && exact == std::floor(exact);
+                }
+                if (list.margin != 0) continue;
+                ++lists128;
+                ASSERT_TRUE(fits) << "mode " << mode << " " << in << ">" << out << " list " << i;
+                for (int64_t k = 0; k < list.count; ++k)
+                    total += list.weights[k];
+                EXPECT_EQ(total, 128);
+                for (int64_t k = 0; k < from.count; ++k) {
+                    const double exact = 128.0 * static_cast<double>(from.entries[k].weight) /
+                                         static_cast<double>(from.weightSum);
+                    EXPECT_EQ(list.weights[from.entries[k].pixel - list.first], exact);
+                }
+            }
+            // Ratios of 2 and 4 are what it is for.
+            const bool meant = mode != ScaleLanczos3 && (in == 4 * out || out == 4 * in || in == 2 * out);
+            if (meant && in >= 32) {
+                EXPECT_LT(table.ExpectedDoubts(), 0.25) << mode << " " << in << ">" << out;
+            }
+        }
+    }
+    EXPECT_GT(lists128, 100);
+}
+
 TEST(TapTable, LumaIsNoLattice) {
     const Lists lists(ScaleBox, 64, 16);
     TapTable<float> table;
