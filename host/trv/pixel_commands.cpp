@@ -36,7 +36,7 @@ bool ParsePlace(const std::string& text, Place& place) {
 /// What lets the picture below through: a gray picture that is white where it shows, which is how the plug-in
 /// has its masks.
 Ref MaskFrom(const Ref& shows, PictureJob& job) {
-    const Ref mask = job.NewImage(job.SizeOf(shows), "G");
+    Ref mask = job.NewImage(job.SizeOf(shows), "G");
     job.Do(mask, "CopyPixels", shows);
     job.Call(mask, "Invert");
     return mask;

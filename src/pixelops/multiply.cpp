@@ -146,6 +146,7 @@ Rectangle WholeOf(HostObject me) {
 }  // namespace
 
 uint8_t MultipliedDirectly(uint8_t value, uint8_t alpha) {
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): the products are not negative
     return static_cast<uint8_t>(static_cast<float>(value) * (static_cast<float>(alpha) / 255.0F) + 0.5F);
 }
 
