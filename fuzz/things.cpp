@@ -1,0 +1,38 @@
+#include "things.h"
+
+#include <algorithm>
+
+namespace trvfuzz {
+
+Pool* Things::PoolOf(const std::string& className) {
+    std::string lower = className;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (lower == "picturetrv") return &images;
+    if (lower == "picture") return &pictures;
+    if (lower == "memoryblock") return &blocks;
+    if (lower == "string") return &strings;
+    if (lower == "array") return &arrays;
+    if (lower == "folderitem") return &folderItems;
+    // Subclasses have names of their own.
+    if (lower.find("factory") != std::string::npos) return &factories;
+    return nullptr;
+}
+
+void Things::Keep(const trvhost::Ref& thing, Choices& choices) {
+    if (!thing) return;
+    if (Pool* pool = PoolOf(thing.ClassName())) pool->Add(thing, choices);
+}
+
+void Things::Clear() {
+    for (Pool* pool : {&images, &pictures, &blocks, &strings, &arrays, &folderItems, &factories})
+        pool->Clear();
+}
+
+std::string Things::NameOf(const trvhost::Ref& thing) {
+    if (!thing) return "nil";
+    const Pool* pool = PoolOf(thing.ClassName());
+    return pool == nullptr ? thing.ClassName() : pool->NameOf(thing);
+}
+
+}  // namespace trvfuzz
