@@ -1,7 +1,7 @@
 #pragma once
 
-// A stream of bytes read as decisions. Every stream is a program: what is missing reads as zero, and no value of
-// a byte is refused, so that a mutated input stays an input.
+// A stream of bytes read as decisions. Every stream is a program: what is missing reads as zero, and no value
+// of a byte is refused, so that a mutated input stays an input.
 
 #include <cstddef>
 #include <cstdint>

@@ -23,10 +23,17 @@ void LengthenBlock(const trvhost::Host& host, trvhost::Value& value, int64_t byt
 
 void LengthenString(const trvhost::Host& host, trvhost::Value& value, int64_t bytes) {
     const std::string text = value.ToText();
-    if (text.empty() || static_cast<int64_t>(text.size()) >= bytes) return;
+    // An image that was not made has any size; it has no rows to set.
+    if (text.empty() || static_cast<int64_t>(text.size()) >= bytes || bytes > kLargestMapped * 5) return;
     std::string longer(static_cast<size_t>(bytes), '\x5A');
     std::copy(text.begin(), text.end(), longer.begin());
     value = trvhost::Ref(host.NewString(longer, trvhost::kEncodingNone));
+}
+
+/// A product that a program can have made of any numbers; what is too much stays too much.
+int64_t Product(int64_t a, int64_t b, int64_t c = 1) {
+    constexpr int64_t kTooMuch = int64_t{1} << 40;
+    return static_cast<int64_t>(std::clamp<Wide>(Wide{a} * b * c, 0, kTooMuch));
 }
 
 /// Row setters read as many bytes as the rows take.
@@ -37,12 +44,12 @@ void KeepRowLength(const trvhost::Host& host, const Member& member, const trvhos
     if (member.name == "Row") {
         LengthenBlock(host, arguments.back(), Number(host, self, "RowSize"));
     } else if (member.name == "RowInFormat") {
-        LengthenBlock(host, arguments.back(), width * PixelSizeOf(host, arguments[1].ToInt()));
+        LengthenBlock(host, arguments.back(), Product(width, PixelSizeOf(host, arguments[1].ToInt())));
     } else if (member.name == "RowStringInFormat") {
-        LengthenString(host, arguments.back(), width * PixelSizeOf(host, arguments[1].ToInt()));
+        LengthenString(host, arguments.back(), Product(width, PixelSizeOf(host, arguments[1].ToInt())));
     } else if (member.name == "DataStringInFormat") {
         const int64_t pixel = PixelSizeOf(host, arguments[0].ToInt());
-        LengthenString(host, arguments.back(), width * pixel * Number(host, self, "Height"));
+        LengthenString(host, arguments.back(), Product(width, pixel, Number(host, self, "Height")));
     }
 }
 
@@ -71,12 +78,14 @@ void KeepFileSmall(const trvhost::Host& host, std::vector<trvhost::Value>& argum
     const Wide bytes = Wide{arguments[0].ToInt()} * arguments[1].ToInt() *
                        std::max<int64_t>(PixelSizeOf(host, arguments[2].ToInt()), 1);
     constexpr Wide kNoDisk = Wide{1} << 58;
-    if (arguments[0].ToInt() < 1 || arguments[1].ToInt() < 1 || bytes <= kLargestMapped || bytes > kNoDisk) return;
+    if (arguments[0].ToInt() < 1 || arguments[1].ToInt() < 1 || bytes <= kLargestMapped || bytes > kNoDisk)
+        return;
     arguments[0] = int64_t{90};
     arguments[1] = int64_t{300};
 }
 
-/// Rows and columns of a scaled picture that lie outside the destination are the caller's, as far as time goes.
+/// Rows and columns of a scaled picture that lie outside the destination are the caller's, as far as time
+/// goes.
 void KeepScaledSize(const trvhost::Host& host, const Member& member, const trvhost::Ref& self,
                     std::vector<trvhost::Value>& arguments) {
     constexpr int64_t kBeyond = 300;

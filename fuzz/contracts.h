@@ -16,8 +16,8 @@ inline constexpr int64_t kLargestStore = 32768;
 /// The same for a mapped image, whose windows move in steps of 64 KiB.
 inline constexpr int64_t kLargestMapped = 400000;
 
-/// Bytes that an image over a caller's memory reaches: all rows but the last count RowSize, the last as many as it
-/// or its pixels take. -1 if no memory would do.
+/// Bytes that an image over a caller's memory reaches: all rows but the last count RowSize, the last as many
+/// as it or its pixels take. -1 if no memory would do.
 int64_t BytesForRows(int64_t width, int64_t height, int64_t pixelSize, int64_t rowSize);
 
 /// Bytes of a pixel in a format, 0 for none.

@@ -1,5 +1,5 @@
-// The generator under libFuzzer, which mutates programs towards code that no other has reached. The environment
-// variable TRV_FUZZ_HOST names the host (see configurations.cpp).
+// The generator under libFuzzer, which mutates programs towards code that no other has reached. The
+// environment variable TRV_FUZZ_HOST names the host (see configurations.cpp).
 
 #include <cstdlib>
 #include <filesystem>
@@ -21,9 +21,9 @@ std::unique_ptr<Machine> machine;
 std::filesystem::path scratch;
 
 void Finish() {
-    Say("calls " + std::to_string(machine->Calls()) + ", exceptions " + std::to_string(machine->Exceptions()) +
-        ", yields " + std::to_string(machine->Yields()) + ", members " +
-        std::to_string(machine->Members().size() - machine->Uncalled().size()) + " of " +
+    Say("calls " + std::to_string(machine->Calls()) + ", exceptions " +
+        std::to_string(machine->Exceptions()) + ", yields " + std::to_string(machine->Yields()) +
+        ", members " + std::to_string(machine->Members().size() - machine->Uncalled().size()) + " of " +
         std::to_string(machine->Members().size()));
     std::error_code ignored;
     std::filesystem::remove_all(scratch, ignored);
@@ -39,8 +39,8 @@ extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*values*/) {
     StartWatch(false, kSecondsPerCall);
     for (const Configuration& configuration : Configurations()) {
         if (configuration.name != (host != nullptr ? host : "desktop")) continue;
-        machine = std::make_unique<Machine>(chosen != nullptr ? chosen : TRV_PLUGIN_PATH, configuration.options,
-                                            scratch);
+        machine = std::make_unique<Machine>(chosen != nullptr ? chosen : TRV_PLUGIN_PATH,
+                                            configuration.options, scratch);
     }
     if (machine == nullptr) {
         Say("TRV_FUZZ_HOST names no host");

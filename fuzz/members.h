@@ -1,7 +1,7 @@
 #pragma once
 
-// Everything that the plug-in's class tables let a program call, read from the tables themselves: a member that
-// is added there takes part without a word here.
+// Everything that the plug-in's class tables let a program call, read from the tables themselves: a member
+// that is added there takes part without a word here.
 
 #include <cstdint>
 #include <string>

@@ -179,7 +179,8 @@ void Program::MakeMapped() {
                                     choices_.Between(0, 3) * 65536, AnyFolderItem()};
     const auto member =
         std::find_if(machine_.Members().begin(), machine_.Members().end(), [](const Member& each) {
-            return each.name == "Constructor" && each.parameters.size() == 5 && each.parameters[4].name == "FilePath";
+            return each.name == "Constructor" && each.parameters.size() == 5 &&
+                   each.parameters[4].name == "FilePath";
         });
     if (image && member != machine_.Members().end()) {
         KeepContracts(host, *member, image, arguments);
@@ -219,11 +220,11 @@ void Program::MakeOverMemory() {
 void Program::MakePicture() {
     trvhost::Host& host = machine_.TheHost();
     static constexpr PictureStorage kStorages[] = {
-        PictureStorage::Default,      PictureStorage::Default,       PictureStorage::GdTrueColor,
-        PictureStorage::GdPalette,    PictureStorage::Packed32,      PictureStorage::Vector,
-        PictureStorage::VectorMac,    PictureStorage::HiDpi,         PictureStorage::GdiPlusArgb,
-        PictureStorage::GdiPlusPargb, PictureStorage::GdiPlusRgb24,  PictureStorage::GdiPlusIndexed8,
-        PictureStorage::Dib32,        PictureStorage::Dib24,         PictureStorage::Dib16,
+        PictureStorage::Default,      PictureStorage::Default,      PictureStorage::GdTrueColor,
+        PictureStorage::GdPalette,    PictureStorage::Packed32,     PictureStorage::Vector,
+        PictureStorage::VectorMac,    PictureStorage::HiDpi,        PictureStorage::GdiPlusArgb,
+        PictureStorage::GdiPlusPargb, PictureStorage::GdiPlusRgb24, PictureStorage::GdiPlusIndexed8,
+        PictureStorage::Dib32,        PictureStorage::Dib24,        PictureStorage::Dib16,
         PictureStorage::Dib8,         PictureStorage::DeviceBitmap};
     try {
         const auto make = [&](int64_t width, int64_t height) {
@@ -246,8 +247,8 @@ void Program::MakePicture() {
 
 void Program::MakeArray() {
     static constexpr int64_t kBounds[] = {-1, 0, 1, 7, 8, 24, 48, 254, 255, 256, 300};
-    const trvhost::Array array =
-        machine_.TheHost().NewArray(trvhost::ElementKind::Integer, kBounds[choices_.Below(std::size(kBounds))]);
+    const trvhost::Array array = machine_.TheHost().NewArray(trvhost::ElementKind::Integer,
+                                                             kBounds[choices_.Below(std::size(kBounds))]);
     const bool alike = choices_.OneIn(2);
     const int64_t value = AnyInteger(choices_, {});
     for (int64_t i = 0; i <= array.Ubound(); ++i)

@@ -3,8 +3,8 @@
 // One program of calls: bytes in, calls of the plug-in's members out, with a text of every step.
 //
 // A program makes images of every kind and calls members in any order on them, with sensible, extreme and
-// meaningless arguments; from time to time the host's event loop (a yield) and the factories run further steps in
-// the midst of a call. Afterwards everything is let go, and what is left over is an error.
+// meaningless arguments; from time to time the host's event loop (a yield) and the factories run further
+// steps in the midst of a call. Afterwards everything is let go, and what is left over is an error.
 
 #include <cstdint>
 #include <filesystem>
@@ -86,7 +86,7 @@ class Program {
     Machine& machine_;
     Choices choices_;
     Things things_;
-    int depth_ = 0;         ///< calls under way, one inside the other
+    int depth_ = 0;  ///< calls under way, one inside the other
     int steps_ = 0;
     int wrongAnswers_ = 0;  ///< of factories, which may not go on for ever
 };

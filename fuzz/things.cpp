@@ -21,7 +21,10 @@ Pool* Things::PoolOf(const std::string& className) {
 
 void Things::Keep(const trvhost::Ref& thing, Choices& choices) {
     if (!thing) return;
-    if (Pool* pool = PoolOf(thing.ClassName())) pool->Add(thing, choices);
+    Pool* pool = PoolOf(thing.ClassName());
+    // The language gives no array of strings where one of numbers is declared.
+    if (pool == &arrays && trvhost::Array(thing).Kind() != trvhost::ElementKind::Integer) return;
+    if (pool != nullptr) pool->Add(thing, choices);
 }
 
 void Things::Clear() {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Keeps the text of the program under way, and ends the process with it when a call takes too long or anything
-// else goes wrong.
+// Keeps the text of the program under way, and ends the process with it when a call takes too long or
+// anything else goes wrong.
 
 #include <cstdint>
 #include <string>
@@ -18,8 +18,8 @@ void ForgetSteps();
 /// Where reports go: standard error as it was at the start, since the plug-in's debug log goes there too.
 struct ReportPlace;
 
-/// Starts the watch. `quiet` sends what the plug-in writes to standard error nowhere. A call may take `seconds` of
-/// processor time.
+/// Starts the watch. `quiet` sends what the plug-in writes to standard error nowhere. A call may take
+/// `seconds` of processor time.
 void StartWatch(bool quiet, int seconds);
 
 /// Writes the steps of the program under way, then `reason`.

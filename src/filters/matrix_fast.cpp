@@ -48,7 +48,7 @@ Choice Choose(const MatrixTask& task, const MatrixKernels& kernels) {
     bool bytes = true;
     for (const MatrixTap& tap : task.taps) {
         if (tap.weight < std::numeric_limits<int16_t>::min()) return {};
-        most += std::abs(tap.weight) * 255;
+        most += std::abs(int64_t{tap.weight}) * 255;
         bytes = bytes && tap.weight >= -128 && tap.weight <= 127;
     }
     // Beyond these limits a delta makes all bytes 0 or all 255 just the same.

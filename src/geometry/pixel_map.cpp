@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "image/checked_math.h"
+
 namespace trv {
 
 void PixelMap::Add(int64_t from, int64_t to) {
@@ -36,12 +38,17 @@ int64_t WindowOf(const LoosePixel& pixel, int64_t size, Offset offset) {
 void PixelMap::Finish() {
     for (int i = 0; i < loose_.count; ++i) {
         const LoosePixel::Byte& byte = loose_.bytes[static_cast<size_t>(i)];
-        fromExtent_ = std::max(fromExtent_, byte.from + 1);
-        toExtent_ = std::max(toExtent_, byte.to + 1);
+        fromExtent_ = std::max(fromExtent_, SaturatedAdd(byte.from, 1));
+        toExtent_ = std::max(toExtent_, SaturatedAdd(byte.to, 1));
     }
     fromWindow_ = WindowOf(loose_, loose_.fromSize, [](const LoosePixel::Byte& byte) { return byte.from; });
     toWindow_ = WindowOf(loose_, loose_.toSize, [](const LoosePixel::Byte& byte) { return byte.to; });
     form_ = BestForm();
+    if (form_ == Form::Masked) {
+        // The bytes that stay are read and written with the others.
+        fromExtent_ = std::max(fromExtent_, fromWindow_ + MaskedPixel::kBytes);
+        toExtent_ = std::max(toExtent_, toWindow_ + MaskedPixel::kBytes);
+    }
 }
 
 PixelMap::Form PixelMap::BestForm() {

@@ -232,6 +232,8 @@ Boolean rbFillRectApply(HostObject me, int64_t x, int64_t y, int64_t width, int6
     if (!IsValid(&image) || image.GetRow == nullptr) return 0;
     Fix(image, rectangle);
     const auto blend = [&](std::initializer_list<std::pair<int64_t, BlendTable>> channels) {
+        // A rectangle outside lies anywhere.
+        if (rectangle.width < 1) return;
         ForEachRow(image, rectangle.y, rectangle.height, [&](uint8_t* row) {
             for (const auto& [offset, table] : channels) {
                 BlendChannel(row + offset + rectangle.x * image.PixelSize, image.PixelSize, rectangle.width,
