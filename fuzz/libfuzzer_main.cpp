@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <random>
 #include <string>
 
@@ -17,7 +16,7 @@ using namespace trvfuzz;
 
 constexpr int kSecondsPerCall = 20;
 
-std::unique_ptr<Machine> machine;
+Machine* machine = nullptr;  // lives to the very end, like what it stands on
 std::filesystem::path scratch;
 
 void Finish() {
@@ -39,8 +38,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*count*/, char*** /*values*/) {
     StartWatch(false, kSecondsPerCall);
     for (const Configuration& configuration : Configurations()) {
         if (configuration.name != (host != nullptr ? host : "desktop")) continue;
-        machine = std::make_unique<Machine>(chosen != nullptr ? chosen : TRV_PLUGIN_PATH,
-                                            configuration.options, scratch);
+        machine = new Machine(chosen != nullptr ? chosen : TRV_PLUGIN_PATH, configuration.options, scratch);
     }
     if (machine == nullptr) {
         Say("TRV_FUZZ_HOST names no host");

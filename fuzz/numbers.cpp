@@ -1,8 +1,9 @@
 #include "numbers.h"
 
-#include <algorithm>
 #include <iterator>
 #include <limits>
+
+#include "text_case.h"
 
 namespace trvfuzz {
 
@@ -60,12 +61,6 @@ constexpr double kDoubles[] = {0.0,
                                std::numeric_limits<double>::quiet_NaN(),
                                std::numeric_limits<double>::infinity(),
                                -std::numeric_limits<double>::infinity()};
-
-std::string LowerCase(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 int64_t NearSize(Choices& choices, int64_t size) {
     // A size may be a number of the program's own choice, at the very end of the range.

@@ -1,13 +1,11 @@
 #include "things.h"
 
-#include <algorithm>
+#include "text_case.h"
 
 namespace trvfuzz {
 
 Pool* Things::PoolOf(const std::string& className) {
-    std::string lower = className;
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string lower = LowerCase(className);
     if (lower == "picturetrv") return &images;
     if (lower == "picture") return &pictures;
     if (lower == "memoryblock") return &blocks;

@@ -9,8 +9,10 @@ namespace {
 constexpr size_t kNever = SIZE_MAX;
 std::atomic<size_t> smallestFailure{kNever};
 std::atomic<int> failures{0};
+std::atomic<int64_t> until{0};  // the allocation that fails; none at 0
 
 bool Fails(size_t bytes) {
+    if (until.load() > 0 && until.fetch_sub(1) == 1) return true;
     if (bytes < smallestFailure) return false;
     ++failures;
     return true;
@@ -47,6 +49,18 @@ FailingMemory::~FailingMemory() {
 
 int FailingMemory::Failures() const {
     return failures;
+}
+
+FailingAllocation::FailingAllocation(int64_t n) {
+    until = n;
+}
+
+FailingAllocation::~FailingAllocation() {
+    until = 0;
+}
+
+bool FailingAllocation::Happened() const {
+    return until == 0;
 }
 
 }  // namespace trv::test

@@ -4,6 +4,7 @@
 // are the only ones that the plug-in's code uses where it has an answer to a failure.
 
 #include <cstddef>
+#include <cstdint>
 
 namespace trv::test {
 
@@ -17,6 +18,18 @@ class FailingMemory {
 
     /// How many failed so far.
     [[nodiscard]] int Failures() const;
+};
+
+/// While it lives, the n-th nothrow allocation gives null, n counting from 1. One at a time.
+class FailingAllocation {
+  public:
+    explicit FailingAllocation(int64_t n);
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
+
+    /// Whether it has come to that.
+    [[nodiscard]] bool Happened() const;
 };
 
 }  // namespace trv::test

@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/faults.h"
+
 namespace trv {
 
 namespace {
@@ -137,7 +139,7 @@ std::unique_ptr<View> OpenView(const Mapping& mapping, int64_t offset, int64_t b
 }  // namespace
 
 intptr_t OpenScratchFile(const char* path) {
-    if (path == nullptr) {
+    if (path == nullptr || Refused(Fault::File)) {
         errno = EINVAL;
         return kNoHandle;
     }
@@ -154,6 +156,7 @@ bool GrowFile(intptr_t file, int64_t bytes) {
     struct stat description {};
     if (!Describe(file, description)) return false;
     if (!S_ISREG(description.st_mode)) return Fail(EINVAL);
+    if (Refused(Fault::FileSize)) return Fail(ENOSPC);
     return description.st_size >= bytes || Reserve(static_cast<int>(file), bytes);
 }
 
@@ -183,7 +186,7 @@ bool RemoveFile(const char* path) {
 }
 
 intptr_t CreateMapping(intptr_t file, int64_t bytes) {
-    if (bytes < 1) {
+    if (bytes < 1 || Refused(Fault::Mapping)) {
         errno = EINVAL;
         return kNoHandle;
     }
@@ -211,6 +214,7 @@ bool CloseMapping(intptr_t mapping) {
 void* MapView(intptr_t mapping, int64_t offset, int64_t bytes) {
     errno = EINVAL;
     if (offset < 0 || offset % kViewAlignment != 0 || bytes < 1) return nullptr;
+    if (Refused(Fault::View)) return nullptr;
     const std::lock_guard lock(mutex);
     const auto* found =
         FindLink(mappings, [&](const Mapping& candidate) { return candidate.handle == mapping; })->get();

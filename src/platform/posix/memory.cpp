@@ -3,10 +3,12 @@
 #include <cstdlib>
 #include <unistd.h>
 
+#include "platform/faults.h"
+
 namespace trv {
 
 void* AllocateZeroed(int64_t bytes) {
-    return bytes < 1 ? nullptr : std::calloc(1, static_cast<size_t>(bytes));
+    return bytes < 1 || Refused(Fault::ZeroedBlock) ? nullptr : std::calloc(1, static_cast<size_t>(bytes));
 }
 
 void FreeZeroed(void* block) {

@@ -11,6 +11,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "platform/faults.h"
+
 namespace trv {
 
 ThreadingFaults threadingFaults;
@@ -74,7 +76,7 @@ void PoolWork::Submit() {}
 
 Thread::Thread(ThreadFunction function, void* argument, size_t stackBytes) {
     errno = EAGAIN;
-    if (threadingFaults.threads) return;
+    if (threadingFaults.threads || Refused(Fault::Thread)) return;
     auto* state = new (std::nothrow) threads_detail::ThreadState{function, argument, {}};
     if (state == nullptr) return;
     const int error = StartThread(*state, stackBytes);
@@ -86,7 +88,10 @@ Thread::Thread(ThreadFunction function, void* argument, size_t stackBytes) {
     }
 }
 
-Mutex::Mutex() : state_(threadingFaults.mutexes ? nullptr : new (std::nothrow) threads_detail::MutexState) {}
+Mutex::Mutex() {
+    if (threadingFaults.mutexes || Refused(Fault::Mutex)) return;
+    state_.reset(new (std::nothrow) threads_detail::MutexState);
+}
 
 void Mutex::lock() {
     if (state_ != nullptr) state_->mutex.lock();

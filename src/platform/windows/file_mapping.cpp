@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "platform/faults.h"
 #include "platform/windows/wide_path.h"
 
 namespace trv {
@@ -39,7 +40,7 @@ DWORD LowHalf(int64_t value) {
 
 intptr_t OpenScratchFile(const char* path) {
     const WidePath wide = WidePathOf(path);
-    if (wide == nullptr) return kNoHandle;
+    if (wide == nullptr || Refused(Fault::File)) return kNoHandle;
     return reinterpret_cast<intptr_t>(CreateFileLongPath(wide.get(), GENERIC_READ | GENERIC_WRITE,
                                                          FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                                          OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -47,7 +48,8 @@ intptr_t OpenScratchFile(const char* path) {
 
 bool GrowFile(intptr_t file, int64_t bytes) {
     const int64_t size = FileSize(file);
-    return size >= 0 && (size >= bytes || SetFileSize(file, bytes));
+    if (size < 0 || Refused(Fault::FileSize)) return false;
+    return size >= bytes || SetFileSize(file, bytes);
 }
 
 bool CutFile(intptr_t file) {
@@ -70,7 +72,7 @@ bool RemoveFile(const char* path) {
 }
 
 intptr_t CreateMapping(intptr_t file, int64_t bytes) {
-    if (bytes < 1) {
+    if (bytes < 1 || Refused(Fault::Mapping)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return kNoHandle;
     }
@@ -84,7 +86,7 @@ bool CloseMapping(intptr_t mapping) {
 }
 
 void* MapView(intptr_t mapping, int64_t offset, int64_t bytes) {
-    if (offset < 0 || offset % kViewAlignment != 0 || bytes < 1) {
+    if (offset < 0 || offset % kViewAlignment != 0 || bytes < 1 || Refused(Fault::View)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }

@@ -2,10 +2,13 @@
 
 #include <windows.h>
 
+#include "platform/faults.h"
+
 namespace trv {
 
 void* AllocateZeroed(int64_t bytes) {
-    return bytes < 1 ? nullptr : GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, static_cast<SIZE_T>(bytes));
+    if (bytes < 1 || Refused(Fault::ZeroedBlock)) return nullptr;
+    return GlobalAlloc(GMEM_FIXED | GMEM_ZEROINIT, static_cast<SIZE_T>(bytes));
 }
 
 void FreeZeroed(void* block) {

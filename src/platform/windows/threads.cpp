@@ -4,6 +4,8 @@
 #include <new>
 #include <windows.h>
 
+#include "platform/faults.h"
+
 namespace trv {
 
 ThreadingFaults threadingFaults;
@@ -74,7 +76,7 @@ LONG CALLBACK SwallowNameException(EXCEPTION_POINTERS* exception) {
 
 PoolWork::PoolWork(ThreadFunction function, void* argument, void* environment) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    if (threadingFaults.poolWork) return;
+    if (threadingFaults.poolWork || Refused(Fault::PoolWork)) return;
     auto* state = new (std::nothrow) PoolWorkState{function, argument, nullptr};
     if (state == nullptr) return;
     state->work = CreateThreadpoolWork(RunPoolWork, state, static_cast<PTP_CALLBACK_ENVIRON>(environment));
@@ -91,7 +93,7 @@ void PoolWork::Submit() {
 
 Thread::Thread(ThreadFunction function, void* argument, size_t stackBytes) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    if (threadingFaults.threads) return;
+    if (threadingFaults.threads || Refused(Fault::Thread)) return;
     auto* state = new (std::nothrow) ThreadState{function, argument, nullptr};
     if (state == nullptr) return;
     state->thread =
@@ -104,7 +106,7 @@ Thread::Thread(ThreadFunction function, void* argument, size_t stackBytes) {
 }
 
 Mutex::Mutex() {
-    if (threadingFaults.mutexes) return;
+    if (threadingFaults.mutexes || Refused(Fault::Mutex)) return;
     auto* state = new (std::nothrow) MutexState{CreateMutexW(nullptr, FALSE, nullptr)};
     if (state != nullptr && state->mutex != nullptr) {
         state_.reset(state);

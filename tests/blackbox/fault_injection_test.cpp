@@ -1,0 +1,135 @@
+// What the host can refuse is refused, one thing at a time, while every member is called: nothing crashes,
+// nothing is left over, and what is raised is an exception that the plug-in knows.
+
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+
+#include "plugin_test.h"
+#include "scenario.h"
+#include "scratch_folder.h"
+
+namespace trvtest {
+
+namespace {
+
+using trvfuzz::Scenario;
+using trvhost::Host;
+
+const std::set<std::string> kExceptions = {"OutOfMemoryException",          "NilObjectException",
+                                           "UnsupportedOperationException", "OutOfBoundsException",
+                                           "InvalidArgumentException",      "RuntimeException"};
+
+/// A refusal, and the entries whose calls bound how often it can happen.
+struct Refusal {
+    const char* name;
+    void (Host::*arm)(int64_t);
+    std::vector<std::string> entries;
+};
+
+const Refusal kRefusals[] = {
+    {"memory block", &Host::FailMemoryBlock, {"newMemoryBlock", "PluginNewInstance"}},
+    {"object", &Host::FailNewInstance, {"PluginNewInstance"}},
+    {"picture", &Host::FailNewPicture, {"newPicture", "PluginNewInstance", "REALBuildPictureFromBuffer"}},
+    {"string",
+     &Host::FailString,
+     {"REALBuildString", "REALBuildStringWithEncoding", "REALConvertString", "RuntimeAddString"}},
+};
+
+int64_t CallsOf(const Host& host, const Refusal& refusal) {
+    int64_t sum = 0;
+    for (const std::string& entry : refusal.entries)
+        sum += host.Calls(entry);
+    return sum;
+}
+
+class FaultInjectionTest : public PluginTest {
+  protected:
+    void RefuseEach(const Refusal& refusal) {
+        Host& host = TheHost();
+        const ScratchFolder scratch;
+        const Scenario scenario(host, scratch.Path());
+        int64_t injected = 0;
+        for (const Scenario::Call& call : scenario.Calls()) {
+            int64_t attempts = 0;
+            scenario.Run(
+                call, [&] { attempts = -CallsOf(host, refusal); },
+                [&] { attempts += CallsOf(host, refusal); });
+            (void)host.TakeException();
+            const trvhost::LiveCounts before = host.Live();
+            for (int64_t n = 1; n <= attempts; ++n) {
+                scenario.Run(
+                    call, [&] { (host.*refusal.arm)(n); }, [&] { (host.*refusal.arm)(0); });
+                ++injected;
+                if (const auto exception = host.TakeException()) {
+                    EXPECT_TRUE(kExceptions.contains(exception->className))
+                        << call.Name() << ": " << *exception;
+                }
+                ASSERT_EQ(host.FirstMisuse(), "") << refusal.name << " " << n << " in " << call.Name();
+                ASSERT_EQ(host.Live(), before) << refusal.name << " " << n << " in " << call.Name();
+            }
+        }
+        EXPECT_GT(injected, 10) << refusal.name;
+        RecordProperty("injected", std::to_string(injected));
+    }
+};
+
+TEST_F(FaultInjectionTest, AnyMemoryBlock) {
+    RefuseEach(kRefusals[0]);
+}
+
+TEST_F(FaultInjectionTest, AnyObject) {
+    RefuseEach(kRefusals[1]);
+}
+
+TEST_F(FaultInjectionTest, AnyPicture) {
+    RefuseEach(kRefusals[2]);
+}
+
+TEST_F(FaultInjectionTest, AnyString) {
+    RefuseEach(kRefusals[3]);
+}
+
+TEST_F(FaultInjectionTest, TheStoreOfANewImageIsTold) {
+    TheHost().FailMemoryBlock(1);
+    const Ref image = TheHost().Construct("PictureTRV", 9, 7, Constant("ImageFormatRGBA"));
+    const auto exception = TheHost().TakeException();
+    ASSERT_TRUE(exception.has_value());
+    EXPECT_EQ(exception->className, "OutOfMemoryException");
+    EXPECT_FALSE(TheHost().Get<bool>(image, "Valid"));
+}
+
+/// What gives references back: without it they stay.
+const std::set<std::string> kReleasing = {
+    "REALUnlockObject",         "REALUnlockString", "PluginDisposeStringData", "PluginDisposeTextData",
+    "unlockPictureDescription", "REALLockObject",   "REALLockString"};
+
+TEST(MissingEntriesTest, EveryMemberWithoutAnyOneEntry) {
+    for (const std::string& entry : Host::EntryNames()) {
+        trvhost::Options options;
+        options.missingEntries = {entry};
+        // One member in so many on each kind of image; another choice with each entry.
+        Host host(PluginPath(), options);
+        if (host.Classes().empty()) continue;  // nothing can be registered without this one
+        const trvhost::LiveCounts before = host.Live();
+        const ScratchFolder scratch;
+        const Scenario scenario(host, scratch.Path());
+        for (const Scenario::Call& call : scenario.Calls()) {
+            if (call.kind != Scenario::Kind::Rgba && call.kind != Scenario::Kind::Mapped &&
+                call.kind != Scenario::Kind::OverPicture) {
+                continue;
+            }
+            scenario.Run(
+                call, [] {}, [] {});
+            (void)host.TakeException();
+            ASSERT_EQ(host.FirstMisuse(), "") << "without " << entry << ": " << call.Name();
+        }
+        if (!kReleasing.contains(entry)) {
+            EXPECT_EQ(host.Live(), before) << "without " << entry;
+        }
+    }
+}
+
+}  // namespace
+
+}  // namespace trvtest
