@@ -16,8 +16,8 @@ int64_t Number(const trvhost::Host& host, const trvhost::Ref& image, const char*
 /// A block handed to a setter holds at least what the rows take; a shorter one is replaced.
 void LengthenBlock(const trvhost::Host& host, trvhost::Value& value, int64_t bytes) {
     const trvhost::MemoryBlock block(value.ToThing());
-    // Nil is refused, and a block of no bytes too; one over a bare pointer tells no size.
-    if (!block || block.Size() == 0 || block.Size() >= bytes) return;
+    // Nil is refused; a block over a bare pointer tells no size.
+    if (!block || block.Size() >= bytes) return;
     value = host.NewMemoryBlock(std::max<int64_t>(bytes, 1));
 }
 
@@ -56,7 +56,7 @@ void KeepRowLength(const trvhost::Host& host, const Member& member, const trvhos
 /// An image over a caller's memory lies within it.
 void KeepMemory(const trvhost::Host& host, std::vector<trvhost::Value>& arguments) {
     const trvhost::MemoryBlock block(arguments[0].ToThing());
-    if (!block || block.Size() == 0) return;  // refused
+    if (!block) return;  // refused
     const int64_t pixelSize = PixelSizeOf(host, arguments[3].ToInt());
     const int64_t width = arguments[1].ToInt();
     const int64_t height = arguments[2].ToInt();
@@ -75,11 +75,12 @@ void KeepMemory(const trvhost::Host& host, std::vector<trvhost::Value>& argument
 
 /// Not a contract but good manners towards the machine: a file of moderate size, or one that no disk holds.
 void KeepFileSmall(const trvhost::Host& host, std::vector<trvhost::Value>& arguments) {
-    const Wide bytes = Wide{arguments[0].ToInt()} * arguments[1].ToInt() *
-                       std::max<int64_t>(PixelSizeOf(host, arguments[2].ToInt()), 1);
+    const int64_t width = arguments[0].ToInt();
+    const int64_t height = arguments[1].ToInt();
     constexpr Wide kNoDisk = Wide{1} << 58;
-    if (arguments[0].ToInt() < 1 || arguments[1].ToInt() < 1 || bytes <= kLargestMapped || bytes > kNoDisk)
-        return;
+    const Wide pixels = Wide{width} * height;
+    if (width < 1 || height < 1 || pixels > kNoDisk) return;
+    if (pixels * std::max<int64_t>(PixelSizeOf(host, arguments[2].ToInt()), 1) <= kLargestMapped) return;
     arguments[0] = int64_t{90};
     arguments[1] = int64_t{300};
 }

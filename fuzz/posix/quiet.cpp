@@ -17,15 +17,15 @@ int reports = STDERR_FILENO;
 }  // namespace
 
 void KeepReports(bool quiet, [[maybe_unused]] void (*onDeath)()) {
+    reports = dup(STDERR_FILENO);
     if (quiet) {
-        reports = dup(STDERR_FILENO);
         const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
         dup2(nowhere, STDERR_FILENO);
         close(nowhere);
     }
 #ifdef TRV_FUZZ_SANITIZED
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the interface wants a number in a pointer
-    if (quiet) __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<intptr_t>(reports)));
+    __sanitizer_set_report_fd(reinterpret_cast<void*>(static_cast<intptr_t>(reports)));
     __sanitizer_set_death_callback(onDeath);
 #endif
 }

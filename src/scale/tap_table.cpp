@@ -187,7 +187,7 @@ bool TapTable<T>::Build(const ContributionList* contrib, int64_t count, int64_t 
     FreeZeroed(lists_);
     FreeZeroed(weights_);
     weights_ = nullptr;
-    count_ = count;
+    count_ = 0;  // until all is there
     lists_ = static_cast<TapList<T>*>(AllocateZeroed(count * int64_t{sizeof(TapList<T>)}));
     if (lists_ == nullptr) return false;
     weights_ = static_cast<T*>(AllocateZeroed(Place(contrib, positions) * int64_t{sizeof(T)}));
@@ -204,6 +204,7 @@ bool TapTable<T>::Build(const ContributionList* contrib, int64_t count, int64_t 
         doubts += std::clamp(2.0 * static_cast<double>(list.margin), 0.0, 1.0);
     }
     expectedDoubts_ = doubts / static_cast<double>(count);
+    count_ = count;
     return true;
 }
 

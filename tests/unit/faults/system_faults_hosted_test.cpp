@@ -7,6 +7,7 @@
 #include "platform/faults.h"
 #include "plugin/class_definitions.h"
 #include "scenario.h"
+#include "trvhost/debug_capture.h"
 #include "unit/failing_memory.h"
 #include "unit/hosted_test.h"
 
@@ -33,6 +34,7 @@ class SystemFaultsTest : public test::HostedTest {
     template <class Arm, class Disarm>
     void RefuseEach(const Arm& arm, const Disarm& disarm, int64_t least) {
         const trvhost::Host& host = TheHost();
+        const trvhost::DebugCapture quiet;
         const trvtest::ScratchFolder scratch;
         const Scenario scenario(host, scratch.Path());
         int64_t injected = 0;

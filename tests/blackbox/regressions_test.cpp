@@ -1,0 +1,76 @@
+// What the fuzzer found, each with the numbers that it found it with. Most show under a sanitizer only.
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+#include "plugin_test.h"
+
+namespace trvtest {
+
+namespace {
+
+class Regressions : public PluginTest {};
+
+// The column far outside was multiplied by the pixel size although nothing of the rectangle was left.
+TEST_F(Regressions, FillRectApplyFarOutside) {
+    const MemoryImage image(TheHost(), 30, 20, Constant("ImageFormatRGBA"));
+    const std::vector<uint8_t> before = image.Bytes();
+    TheHost().Call(image, "FillRectApply", int64_t{8371242699116546788}, 0, 4, 4, 1, 2, 3, 128);
+    EXPECT_EQ(image.Bytes(), before);
+    EXPECT_TRUE(image.GuardIntact());
+}
+
+// A channel's offset on a view of no columns is at the end of the range, and one was added to it.
+TEST_F(Regressions, MirrorsOfAViewWithoutColumns) {
+    const MemoryImage image(TheHost(), 130, 37, Constant("ImageFormatRGB"));
+    const std::vector<uint8_t> before = image.Bytes();
+    const Ref view = TheHost().Call(image, "ClipImage", int64_t{3385487589590729155}, 13, 34, 23).ToThing();
+    if (view) {
+        TheHost().Call(view, "VMirror");
+        TheHost().Call(view, "HMirror");
+        TheHost().Call(view, "Rotate180");
+    }
+    EXPECT_EQ(image.Bytes(), before);
+}
+
+// Pixels with a spare byte move as one, and the copy of a row ended before that byte of the last pixel.
+TEST_F(Regressions, MirrorsOfRowsThatEndWithASpareByte) {
+    const MemoryImage image(TheHost(), 12, 13, Constant("ImageFormatRGBX"));
+    const std::vector<uint8_t> before = image.Bytes();
+    TheHost().Call(image, "Rotate180");
+    TheHost().Call(image, "VMirror");
+    TheHost().Call(image, "VMirror");
+    TheHost().Call(image, "Rotate180");
+    EXPECT_TRUE(image.GuardIntact());
+    // The spare bytes stay in their places all the while; the others come back, but for the middle row, of
+    // which turning makes what the row above has become.
+    for (int64_t y = 0; y < 6; ++y) {
+        for (int64_t x = 0; x < 12 * 4; ++x)
+            ASSERT_EQ(image.Row(y)[x], before[static_cast<size_t>(y * 48 + x)]) << x << ", " << y;
+    }
+}
+
+// The bound of a heavy matrix's sums was computed in 32 bits and seemed small. Only the lower 32 bits of an
+// entry count, and entries from 255 on are holes.
+TEST_F(Regressions, MatrixOfOneHeavyWeight) {
+    const MemoryImage image(TheHost(), 20, 3, Constant("ImageFormatG"));
+    const MemoryImage dest(TheHost(), 20, 3, Constant("ImageFormatG"));
+    for (int64_t x = 0; x < 20; ++x)
+        image.At(x, 1) = static_cast<uint8_t>(x);
+    const auto expected = [](int64_t sample, int64_t weight) {
+        const auto sum = static_cast<int32_t>(static_cast<uint32_t>(sample * weight));  // sums have 32 bits
+        return std::clamp(sum, 0, 255);
+    };
+    for (const int64_t weight : {203677681, 8421505, 16843010}) {
+        const int64_t entry = weight - (int64_t{1} << 40);
+        ASSERT_TRUE(
+            TheHost().Call(image, "ApplyMatrix", dest.Object(), 1, TheHost().NewIntegers({entry})).ToThing());
+        for (int64_t x = 0; x < 20; ++x)
+            ASSERT_EQ(dest.At(x, 1), expected(x, weight)) << weight << " at " << x;
+    }
+}
+
+}  // namespace
+
+}  // namespace trvtest
