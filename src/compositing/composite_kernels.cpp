@@ -5,17 +5,7 @@
 namespace trv {
 
 const CompositeKernels* ActiveCompositeKernels() {
-    switch (ChosenInstructionSet()) {
-        case InstructionSet::Avx512:
-            return &kCompositeKernelsAvx512;
-        case InstructionSet::Avx2:
-            return &kCompositeKernelsAvx2;
-        case InstructionSet::Baseline:
-            return &kCompositeKernelsBaseline;
-        case InstructionSet::Plain:
-            break;
-    }
-    return nullptr;
+    return KernelsInUse(&kCompositeKernelsBaseline, &kCompositeKernelsAvx2, &kCompositeKernelsAvx512);
 }
 
 }  // namespace trv

@@ -56,16 +56,7 @@ std::optional<WideDivision> WideDivision::By(int64_t divisor) {
 }
 
 const BlurKernels* ActiveBlurKernels() {
-    switch (ChosenInstructionSet()) {
-        case InstructionSet::Plain:
-            return nullptr;
-        case InstructionSet::Baseline:
-            return &kBlurKernelsBaseline;
-        case InstructionSet::Avx2:
-        case InstructionSet::Avx512:  // bound by memory by then
-            return &kBlurKernelsAvx2;
-    }
-    return nullptr;
+    return KernelsInUse(&kBlurKernelsBaseline, &kBlurKernelsAvx2);
 }
 
 }  // namespace trv

@@ -5,16 +5,7 @@
 namespace trv {
 
 const MatrixKernels* ActiveMatrixKernels() {
-    switch (ChosenInstructionSet()) {
-        case InstructionSet::Plain:
-            return nullptr;
-        case InstructionSet::Baseline:
-            return &kMatrixKernelsBaseline;
-        case InstructionSet::Avx2:
-        case InstructionSet::Avx512:
-            return &kMatrixKernelsAvx2;
-    }
-    return nullptr;
+    return KernelsInUse(&kMatrixKernelsBaseline, &kMatrixKernelsAvx2);
 }
 
 }  // namespace trv

@@ -17,6 +17,17 @@ enum class InstructionSet : uint8_t { Plain, Baseline, Avx2, Avx512 };
 /// The instruction set in use.
 [[nodiscard]] InstructionSet ChosenInstructionSet();
 
+/// Of kernels that exist for several instruction sets those that suit the one in use, which are those of the
+/// next lower one where it has none of its own; null for the plain form.
+template <class Kernels>
+[[nodiscard]] const Kernels* KernelsInUse(const Kernels* baseline, const Kernels* avx2,
+                                          const Kernels* avx512 = nullptr) {
+    const InstructionSet set = ChosenInstructionSet();
+    if (set >= InstructionSet::Avx512 && avx512 != nullptr) return avx512;
+    if (set >= InstructionSet::Avx2 && avx2 != nullptr) return avx2;
+    return set >= InstructionSet::Baseline ? baseline : nullptr;
+}
+
 /// Its name.
 [[nodiscard]] const char* NameOf(InstructionSet set);
 

@@ -5,16 +5,7 @@
 namespace trv {
 
 const BlendKernels* ActiveBlendKernels() {
-    switch (ChosenInstructionSet()) {
-        case InstructionSet::Plain:
-            return nullptr;
-        case InstructionSet::Baseline:
-            return &kBlendKernelsBaseline;
-        case InstructionSet::Avx2:
-        case InstructionSet::Avx512:
-            return &kBlendKernelsAvx2;
-    }
-    return nullptr;
+    return KernelsInUse(&kBlendKernelsBaseline, &kBlendKernelsAvx2);
 }
 
 }  // namespace trv

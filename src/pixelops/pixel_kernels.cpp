@@ -5,17 +5,7 @@
 namespace trv {
 
 const PixelKernels* ActivePixelKernels() {
-    switch (ChosenInstructionSet()) {
-        case InstructionSet::Avx512:
-            return &kPixelKernelsAvx512;
-        case InstructionSet::Avx2:
-            return &kPixelKernelsAvx2;
-        case InstructionSet::Baseline:
-            return &kPixelKernelsBaseline;
-        case InstructionSet::Plain:
-            break;
-    }
-    return nullptr;
+    return KernelsInUse(&kPixelKernelsBaseline, &kPixelKernelsAvx2, &kPixelKernelsAvx512);
 }
 
 }  // namespace trv

@@ -5,17 +5,7 @@
 namespace trv {
 
 const RowKernels* ActiveRowKernels() {
-    switch (ChosenInstructionSet()) {
-        case InstructionSet::Avx512:
-            return &kRowKernelsAvx512;
-        case InstructionSet::Avx2:
-            return &kRowKernelsAvx2;
-        case InstructionSet::Baseline:
-            return &kRowKernelsBaseline;
-        case InstructionSet::Plain:
-            break;
-    }
-    return nullptr;
+    return KernelsInUse(&kRowKernelsBaseline, &kRowKernelsAvx2, &kRowKernelsAvx512);
 }
 
 }  // namespace trv

@@ -5,7 +5,7 @@
 namespace trv {
 
 const SpanKernels* ActiveSpanKernels() {
-    return ChosenInstructionSet() >= InstructionSet::Avx2 ? &kSpanKernelsAvx2 : nullptr;
+    return KernelsInUse<SpanKernels>(nullptr, &kSpanKernelsAvx2);
 }
 
 }  // namespace trv
