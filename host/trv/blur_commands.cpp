@@ -38,7 +38,7 @@ template <class Work>
 Ref WithMultipliedColours(PictureJob& job, const Work& work) {
     if (!job.HasAlpha()) return work();
     job.ForEachRow(job.Image(), Multiply);
-    const Ref result = work();
+    Ref result = work();
     job.ForEachRow(result, Divide);
     return result;
 }
@@ -84,7 +84,7 @@ struct SharpenOptions : PictureOptions {
 
 Ref Sharpen(const SharpenOptions& options, PictureJob& job) {
     const Ref blurred = Blurred(job, job.Image(), options.radius, 1, true, true);
-    const Ref result = job.NewImageLike(job.Image(), job.Size());
+    Ref result = job.NewImageLike(job.Image(), job.Size());
     job.Do(result, "CopyPixels", job.Image());
     // The plug-in widens a difference 4 * Amount + 1 times.
     job.Do(result, "UnsharpFilter", blurred, options.amount / 4, options.threshold);
@@ -109,7 +109,7 @@ int64_t DimensionOf(const std::vector<int64_t>& entries) {
 Ref Convolve(const ConvolveOptions& options, PictureJob& job) {
     const int64_t sum = std::accumulate(options.entries.begin(), options.entries.end(), int64_t{0});
     const double share = options.normalise && sum != 0 ? 1.0 / static_cast<double>(sum) : 1.0;
-    const Ref result = job.NewImageLike(job.Image(), job.Size());
+    Ref result = job.NewImageLike(job.Image(), job.Size());
     job.Do(result, "CopyPixels", job.Image());
     const Ref from = job.Make(job.Image(), "RGBChannels");
     const Ref to = job.Make(result, "RGBChannels");

@@ -14,7 +14,7 @@ inline Ref ColoursOf(const PictureJob& job, const Ref& image) {
 
 /// A copy of an image.
 inline Ref CopyOf(const PictureJob& job, const Ref& image) {
-    const Ref copy = job.NewImageLike(image, job.SizeOf(image));
+    Ref copy = job.NewImageLike(image, job.SizeOf(image));
     job.Do(copy, "CopyPixels", image);
     return copy;
 }
@@ -23,7 +23,7 @@ inline Ref CopyOf(const PictureJob& job, const Ref& image) {
 /// treat alpha as one more channel, so that most pictures would vanish.
 template <class... Args>
 Ref FilterColours(const PictureJob& job, const Ref& image, const std::string& method, Args&&... args) {
-    const Ref target = CopyOf(job, image);
+    Ref target = CopyOf(job, image);
     const Ref made =
         job.Make(ColoursOf(job, image), method, ColoursOf(job, target), std::forward<Args>(args)...);
     static_cast<void>(made);
@@ -33,7 +33,7 @@ Ref FilterColours(const PictureJob& job, const Ref& image, const std::string& me
 /// The same by a filter that gives a new image whatever its destination is.
 template <class... Args>
 Ref FilterColoursAnew(const PictureJob& job, const Ref& image, const std::string& method, Args&&... args) {
-    const Ref target = CopyOf(job, image);
+    Ref target = CopyOf(job, image);
     job.Do(target, "CopyPixels",
            job.Make(ColoursOf(job, image), method, nullptr, std::forward<Args>(args)...));
     return target;

@@ -43,7 +43,7 @@ Exhibit Matrix(const std::string& label, const std::vector<int64_t>& weights, in
 }
 
 Ref Sharpened(const PictureJob& job, const Ref& image) {
-    const Ref target = CopyOf(job, image);
+    Ref target = CopyOf(job, image);
     const Ref blurred = FilterColours(job, image, "BoxBlurFilter", 2.0, true, true);
     job.Do(target, "UnsharpFilter", blurred, 1.5, 2);
     return target;
@@ -94,7 +94,7 @@ Ref Miniature(const PictureJob& job, PictureSize size) {
     }
     const Ref small = job.NewImageLike(flat, size);
     job.Do(small, "Scale", flat, nullptr, job.Constant("ScaleLanczos3"), size.width, size.height);
-    const Ref opaque = job.NewImage(size, "BGRX");
+    Ref opaque = job.NewImage(size, "BGRX");
     job.Do(opaque, "CopyPixels", small);
     return opaque;
 }
@@ -107,7 +107,7 @@ Ref Gallery(const GalleryOptions& options, PictureJob& job) {
     const int64_t columns = std::min(options.columns, count), rows = (count + columns - 1) / columns;
     const int64_t stepX = tile.width + kGap, stepY = tile.height + kLabelHeight;
     const Ref miniature = Miniature(job, tile);
-    const Ref sheet = job.NewImage({columns * stepX + kGap, rows * stepY + kGap}, "BGRX");
+    Ref sheet = job.NewImage({columns * stepX + kGap, rows * stepY + kGap}, "BGRX");
     job.Call(sheet, "FillRect", 255);
     for (int64_t i = 0; i < count; ++i) {
         const Exhibit& exhibit = exhibits[static_cast<size_t>(i)];

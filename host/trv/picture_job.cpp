@@ -77,7 +77,7 @@ void AddPictureOptions(CLI::App& verb, PictureOptions& options) {
 // The job
 // --------------------------------------------------------------------------------------------------------
 
-PictureJob::PictureJob(const PictureOptions& options, std::string doing,
+PictureJob::PictureJob(const PictureOptions& options, const std::string& doing,
                        const std::function<void(PictureSize, const FileFormat&)>& checkSize)
     : options_(options), target_(ToPath(options.out)), format_(&FormatOf(target_, options.out)) {
     const std::filesystem::path in = ToPath(options.in);
@@ -157,15 +157,15 @@ Ref PictureJob::Copied(const Ref& image, const Ref& onto) const {
 }
 
 Ref PictureJob::ImageOver(const MemoryBlock& bytes, PictureSize size) const {
-    const Ref image = TheHost().Construct("PictureTRV", bytes, size.width, size.height,
-                                          Constant("ImageFormatBGRA"), size.width * 4);
+    Ref image = TheHost().Construct("PictureTRV", bytes, size.width, size.height, Constant("ImageFormatBGRA"),
+                                    size.width * 4);
     CheckException(TheHost());
     return image;
 }
 
 Ref PictureJob::ImageOf(const Picture& picture) const {
     if (!picture.HasAlpha()) {
-        const Ref image = TheHost().Construct("PictureTRV", picture);
+        Ref image = TheHost().Construct("PictureTRV", picture);
         CheckException(TheHost());
         return image;
     }
@@ -196,7 +196,7 @@ Picture PictureJob::PictureOf(const Ref& image) const {
     }
     // In gd pictures 0 is opaque, and the plug-in hands alpha over as it stands.
     if (TheHost().Settings().kind != HostKind::Desktop) InvertAlpha(bytes.Bytes());
-    const Picture picture = made(Call(straight, "CopyPictureWithAlpha"));
+    Picture picture = made(Call(straight, "CopyPictureWithAlpha"));
     if (!picture.HasAlpha()) throw std::runtime_error("a host of this version has no pictures with alpha");
     return picture;
 }

@@ -41,7 +41,7 @@ class PictureJob {
     /// `doing` is the verb as people read it while they wait: "scaling". Checks both files before anyone
     /// works for them; `checkSize` is told the size that the file's header tells, and refuses what cannot be
     /// done.
-    PictureJob(const PictureOptions& options, std::string doing,
+    PictureJob(const PictureOptions& options, const std::string& doing,
                const std::function<void(PictureSize, const FileFormat&)>& checkSize = {});
 
     [[nodiscard]] const Host& TheHost() const { return *host_; }
@@ -64,8 +64,8 @@ class PictureJob {
 
     /// Calls a method that gives true, or an image, when it did its work; fails otherwise.
     template <class... Args>
-    void Do(const Ref& image, const std::string& method, Args&&... args) const {
-        if (!Call(image, method, std::forward<Args>(args)...).ToBool()) Refused(method);
+    void Do(const Ref& self, const std::string& method, Args&&... args) const {
+        if (!Call(self, method, std::forward<Args>(args)...).ToBool()) Refused(method);
     }
     template <class... Args>
     [[nodiscard]] Ref Make(const Ref& image, const std::string& method, Args&&... args) const {

@@ -90,7 +90,7 @@ void CheckSizes(PictureSize from, PictureSize to, const FileFormat& format) {
 Ref Scale(const ScaleOptions& options, const PictureJob& job, PictureSize size, double& milliseconds) {
     const bool multiplies = job.HasAlpha() && !options.straightAlpha;
     const Ref source = job.Image();
-    const Ref result = job.NewImage(size, job.HasAlpha() ? "BGRA" : "BGRX");
+    Ref result = job.NewImage(size, job.HasAlpha() ? "BGRA" : "BGRX");
     if (multiplies) job.ForEachRow(source, Multiply);
     milliseconds = TimeOf([&] {
         if (options.threads) {

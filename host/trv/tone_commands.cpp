@@ -1,6 +1,7 @@
 #include "tone_commands.h"
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 #include "colour_filters.h"
@@ -62,7 +63,7 @@ std::array<int64_t, 256> TableOf(const Points& points) {
         const auto& [left, below] = points[next == 0 ? 0 : next - 1];
         const double share = right == left ? 0 : static_cast<double>(i - left) / (right - left);
         table[static_cast<size_t>(i)] =
-            next == points.size() ? above : static_cast<int64_t>(below + (above - below) * share + 0.5);
+            next == points.size() ? above : std::llround(below + (above - below) * share);
     }
     return table;
 }

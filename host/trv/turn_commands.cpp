@@ -34,7 +34,7 @@ Ref Rotate(const RotateOptions& options, PictureJob& job) {
     const bool blends = std::fmod(options.angle, 90.0) != 0;
     if (blends && job.HasAlpha()) {
         job.ForEachRow(job.Image(), Multiply);
-        const Ref result = job.Make(job.Image(), "Rotate", options.angle, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+        Ref result = job.Make(job.Image(), "Rotate", options.angle, 0, 0, 0, 0, 0, 0, 0, 0, 0);
         job.ForEachRow(result, Divide);
         return result;
     }

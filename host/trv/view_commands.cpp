@@ -47,7 +47,7 @@ std::string LayoutNamed(const Host& host, const std::string& wanted) {
 Ref Convert(const ConvertOptions& options, PictureJob& job) {
     if (options.layout.empty()) return job.Image();
     const std::string layout = LayoutNamed(job.TheHost(), options.layout);
-    const Ref converted = job.NewImage(job.Size(), layout);
+    Ref converted = job.NewImage(job.Size(), layout);
     const bool done = job.Call(converted, "CopyPixels", job.Image()).ToBool();
     if (!done) throw std::runtime_error("the plug-in does not convert colours of pictures into " + layout);
     return converted;
@@ -65,7 +65,7 @@ const std::vector<std::string> kChannels = {"red", "green", "blue", "alpha"};
 Ref Channel(const ChannelOptions& options, PictureJob& job) {
     std::string name = options.channel;
     name.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(name.front())));
-    const Ref view = job.Call(job.Image(), name + "Channel").ToThing();
+    Ref view = job.Call(job.Image(), name + "Channel").ToThing();
     if (!view) throw std::runtime_error("the picture has no channel " + options.channel);
     return view;
 }
@@ -86,7 +86,6 @@ struct CropOptions : PictureOptions {
 
 /// WIDTHxHEIGHT or WIDTHxHEIGHT+X+Y; false for anything else.
 bool ParseCrop(const std::string& text, CropRectangle& rectangle) {
-    CropRectangle parsed;
     int end = 0;
     const auto isWhole = [&](int fields, int expected) {
         return fields == expected && static_cast<size_t>(end) == text.size();
@@ -103,7 +102,7 @@ bool ParseCrop(const std::string& text, CropRectangle& rectangle) {
 
 Ref Crop(const CropOptions& options, PictureJob& job) {
     const CropRectangle& wanted = options.rectangle;
-    const Ref view = job.Make(job.Image(), "ClipImage", wanted.x, wanted.y, wanted.width, wanted.height);
+    Ref view = job.Make(job.Image(), "ClipImage", wanted.x, wanted.y, wanted.width, wanted.height);
     const PictureSize size = job.SizeOf(view);
     if (size.width < 1 || size.height < 1) {
         throw std::runtime_error("nothing of a picture of " + SizeText(job.Size()) +

@@ -75,17 +75,8 @@ struct BlendPlan {
             .blue = image.BlueOffset};
 }
 
-// Not inside the function: MinGW's GCC 12 defines constants of an inline function in every source that has
-// it.
-inline constexpr std::array kColourChannels = {Channel::Red, Channel::Green, Channel::Blue};
-inline constexpr std::array kGrayChannels = {Channel::Gray};
-
 /// The colour channels of a gray or RGB image, none of any other.
-[[nodiscard]] inline std::span<const Channel> ColourChannelsOf(const PictureTRV& image) {
-    if (image.IsGray != 0) return kGrayChannels;
-    if (image.IsRGB != 0) return kColourChannels;
-    return {};
-}
+[[nodiscard]] std::span<const Channel> ColourChannelsOf(const PictureTRV& image);
 
 /// What a colour has for a channel that is written: for gray its brightness.
 [[nodiscard]] inline BlendValue ColourValue(const ColourBytes& colour, Channel channel) {

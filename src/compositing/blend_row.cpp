@@ -43,6 +43,16 @@ std::array<BlendValue, BlendPlan::kMostChannels> Column(const BlendPlan& plan,
 
 }  // namespace
 
+// Here and not in the header: MinGW's GCC 12 defines constants of an inline function in every source that has
+// it.
+std::span<const Channel> ColourChannelsOf(const PictureTRV& image) {
+    static constexpr std::array kColours = {Channel::Red, Channel::Green, Channel::Blue};
+    static constexpr std::array kGray = {Channel::Gray};
+    if (image.IsGray != 0) return kGray;
+    if (image.IsRGB != 0) return kColours;
+    return {};
+}
+
 // Operands
 // -----------------------------------------------------------------------------------------------------
 

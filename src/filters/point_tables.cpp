@@ -20,7 +20,8 @@ ByteTable GammaTable(double gamma) {
 
 double GrayGamma(double red, double green, double blue) {
     const auto whole = [](double gamma) { return int64_t{SaturatedTruncate<int32_t>(gamma)}; };
-    return static_cast<double>((whole(green) * 151 + whole(red) * 77 + whole(blue) * 28) / 256);
+    const int64_t gray = (whole(green) * 151 + whole(red) * 77 + whole(blue) * 28) / 256;
+    return static_cast<double>(gray);
 }
 
 ByteTable GainTable(double gain, double bias) {
