@@ -24,8 +24,10 @@ HostObject FillAndRender(PictureWriter& writer, PictureTRV& image, const Rectang
     const int64_t width = std::min(rectangle.width, writer.Width);
     const int64_t height = std::min(rectangle.height, writer.Height);
     const int64_t start = rectangle.x * image.PixelSize;
+    const ImageShape shape(image);
     YieldIfWanted(image);
-    for (int64_t y = 0; y < height; ++y) {
+    // What the host makes another image of meanwhile leaves the rest of the picture as it was.
+    for (int64_t y = 0; y < height && shape == ImageShape(image); ++y) {
         const uint8_t* row = FetchRow(image, rectangle.y + y);
         if (row != nullptr && writer.CurrentRow != nullptr) exportRow(writer.CurrentRow, row + start, width);
         writer.NextRow();
@@ -56,7 +58,7 @@ HostObject CopyColours(PictureTRV& image, Rectangle rectangle, bool alphaPicture
                           {image.IsCMYK != 0, Family::Cmyk, "have CMYK image"}};
     HostObject result = nullptr;
     for (const auto& [isIt, family, announcement] : families) {
-        if (result != nullptr || !isIt || !StartImage(&image)) continue;
+        if (result != nullptr || !isIt || !StartClippedImage(image)) continue;
         TRV_LOG(announcement);
         PictureWriter writer;
         if (!writer.NewPictureWriter(rectangle.width, rectangle.height, alphaPicture)) continue;
@@ -77,7 +79,7 @@ HostObject CopyPictureAlpha(PictureTRV& image, const Rectangle& rectangle, bool 
 HostObject CopyAlpha(PictureTRV& image, Rectangle rectangle) {
     if (image.HasAlpha == 0) return nullptr;
     Fix(image, rectangle);
-    if (rectangle.IsEmpty() || !StartImage(&image)) return nullptr;
+    if (rectangle.IsEmpty() || !StartClippedImage(image)) return nullptr;
     PictureWriter writer;
     if (!writer.NewPictureWriter(rectangle.width, rectangle.height)) return nullptr;
     // Alpha is what gray is in a gray image.

@@ -44,7 +44,8 @@ void ForEachRowPair(PictureTRV& image, const RectanglePair& pair, PictureReader&
                     Work&& work) {
     SkipRows(reader, pair.sourceY);
     if (mask != nullptr) SkipRows(*mask, pair.sourceY);
-    for (int64_t y = pair.destY; y < pair.destY + pair.height; ++y) {
+    const ImageShape shape(image);
+    for (int64_t y = pair.destY; y < pair.destY + pair.height && shape == ImageShape(image); ++y) {
         uint8_t* row = FetchRow(image, y);
         const uint8_t* maskRow = mask != nullptr ? mask->CurrentRow : nullptr;
         if (row != nullptr && reader.CurrentRow != nullptr && (mask == nullptr || maskRow != nullptr)) {

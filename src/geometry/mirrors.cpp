@@ -63,20 +63,23 @@ void HMirrorImage(PictureTRV& image, F family) {
     });
 }
 
-/// Exchanges the rows from both ends through `swap(pixel, a, b, columns)`.
+/// Exchanges the rows from both ends through `swap(pixel, a, b, columns)`. False if the host has made another
+/// image of the record meanwhile.
 template <class Swap>
-void SwapRowsOfImage(PictureTRV& image, const PixelMap& map, Swap&& swap) {
-    if (image.RowSize < 1 || image.Width < 1) return;
+bool SwapRowsOfImage(PictureTRV& image, const PixelMap& map, Swap&& swap) {
+    if (image.RowSize < 1 || image.Width < 1) return true;
+    const ImageShape shape(image);
     const int64_t width = image.Width;
     const int64_t height = image.Height;
     RowSwapper rows(image, SpanOf(map, image, width));
     map.Dispatch([&](const auto& pixel, int64_t, int64_t base) {
-        for (int64_t y = 0; y < height / 2; ++y) {
+        for (int64_t y = 0; y < height / 2 && shape == ImageShape(image); ++y) {
             rows.Run(y, height - 1 - y,
                      [&](uint8_t* a, uint8_t* b) { swap(pixel, a + base, b + base, width); });
             YieldIfWanted(image);
         }
     });
+    return shape == ImageShape(image);
 }
 
 template <class F>
@@ -112,10 +115,10 @@ void Rotate180Image(PictureTRV& image, F family) {
     TRV_LOG((FamilyLabel<"Rotate180Self", F>()));
     const PixelMap map = PixelMap::Within(family, image, false);
     const bool odd = image.Height % 2 != 0;
-    SwapRowsOfImage(image, map, [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) {
-        SwapReversed(pixel, a, b, count);
-    });
-    if (odd) FinishMiddleRow(image, map);
+    const bool kept = SwapRowsOfImage(
+        image, map,
+        [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) { SwapReversed(pixel, a, b, count); });
+    if (odd && kept) FinishMiddleRow(image, map);
 }
 
 }  // namespace

@@ -292,7 +292,7 @@ class HorizontalBlock {
 };
 
 HorizontalPass::HorizontalPass(const ScaleTask& task, const ContributionList* contrib)
-    : task_(task), contrib_(contrib), kernels_(ActiveRowKernels()) {
+    : task_(task), shapes_(task), contrib_(contrib), kernels_(ActiveRowKernels()) {
     const bool small = task.source.PixelSize >= 1 && task.source.PixelSize <= kMostPixelSize;
     if (kernels_ == nullptr || !small || task.source.Width < 1 || task.TempColumns() < 1) {
         kernels_ = nullptr;
@@ -353,15 +353,17 @@ void HorizontalPass::FindSpans() {
     }
 }
 
-void HorizontalPass::YieldAfter(int64_t rows, bool yields) const {
+/// False if the host has made other images of the records meanwhile.
+bool HorizontalPass::YieldAfter(int64_t rows, bool yields) const {
     for (int64_t i = 0; yields && i < rows; ++i)
         YieldIfWanted(task_.destination);
+    return shapes_.AreThoseOf(task_);
 }
 
 void HorizontalPass::RunPlain(int64_t first, int64_t last, bool yields) const {
     for (int64_t y = first; y <= last; ++y) {
         PlainHorizontalRow(task_, contrib_, y);
-        YieldAfter(1, yields);
+        if (!YieldAfter(1, yields)) return;
     }
 }
 
@@ -382,7 +384,7 @@ void HorizontalPass::Run(int64_t first, int64_t last, bool yields) const {
             block.Do<float>(y, rows);
         }
         useWide = useWide || block.Meter().TooMany();
-        YieldAfter(rows, yields);
+        if (!YieldAfter(rows, yields)) return;
     }
 }
 

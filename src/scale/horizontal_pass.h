@@ -47,9 +47,10 @@ class HorizontalPass {
     void FindSpans();
     [[nodiscard]] int AddSpan(int64_t offset, int64_t bytes);
     void RunPlain(int64_t first, int64_t last, bool yields) const;
-    void YieldAfter(int64_t rows, bool yields) const;
+    [[nodiscard]] bool YieldAfter(int64_t rows, bool yields) const;
 
     const ScaleTask task_;
+    const ScaleShapes shapes_;
     const ContributionList* contrib_;
     const RowKernels* kernels_;
     TapTables tables_;

@@ -233,9 +233,12 @@ Boolean rbScaleFast(HostObject me, HostObject sourceObject, int64_t width, int64
     if (family == nullptr) return 0;
     const Route route(*family);
     LogFamily(*family, route, width, height);
+    const ImageShape sourceShape(source);
+    const ImageShape destShape(dest);
     if (!StartImage(&source) || !StartImage(&dest)) return 0;
-    // Either may have been closed while the other gave the host its time.
+    // Either may have been closed, or become another image, while the host had its time.
     if (source.GetRow == nullptr || source.Width < 1) return 0;
+    if (!(sourceShape == ImageShape(source)) || !(destShape == ImageShape(dest))) return 0;
     const SpanConverter converter = MakeFastConverter(route, source, dest);
     FastScaler(source, dest, converter, width, height).Run();
     return 1;

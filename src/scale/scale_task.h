@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "image/picture_record.h"
+#include "image/pixel_loop.h"
 #include "image/store_overlap.h"
 #include "scale/contributions.h"
 #include "scale/families.h"
@@ -30,6 +31,24 @@ struct ScaleTask {
     /// Columns and rows of the destination that the vertical pass visits.
     [[nodiscard]] int64_t DestinationColumns() const;
     [[nodiscard]] int64_t DestinationRows() const;
+};
+
+/// The shapes of a scale's three images. Host code that runs while a table or a pass gives it time can make
+/// another image of a record; then the scale ends.
+class ScaleShapes {
+  public:
+    explicit ScaleShapes(const ScaleTask& task)
+        : source_(task.source), temp_(task.temp), destination_(task.destination) {}
+
+    [[nodiscard]] bool AreThoseOf(const ScaleTask& task) const {
+        return source_ == ImageShape(task.source) && temp_ == ImageShape(task.temp) &&
+               destination_ == ImageShape(task.destination);
+    }
+
+  private:
+    ImageShape source_;
+    ImageShape temp_;
+    ImageShape destination_;
 };
 
 /// Row `y` of an image, or null: where the reader says so, where the image has no such row, after the image

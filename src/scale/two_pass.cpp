@@ -69,6 +69,7 @@ bool RunPasses(const ScaleTask& task, TableBuilder builder, PassRunner& runner) 
     PictureTRV* yields = runner.Yields() ? &task.destination : nullptr;
     const double xScale = static_cast<double>(task.width) / static_cast<double>(task.source.Width);
     const double yScale = static_cast<double>(task.height) / static_cast<double>(task.source.Height);
+    const ScaleShapes shapes(task);
     ContributionArray contrib;
     const auto haveArray = [&] {
         if (contrib.Lists() == nullptr) TRV_LOG("Failed to allocate contrib");
@@ -83,7 +84,9 @@ bool RunPasses(const ScaleTask& task, TableBuilder builder, PassRunner& runner) 
     {
         const TableRequest request{yields, task.source.Width, xScale, task.TempColumns(), task.family.name};
         const TableStep table(contrib, request, TableStage::Scale1, TableStage::Scale2, builder);
+        if (!shapes.AreThoseOf(task)) return false;
         runner.Horizontal(HorizontalPass(task, contrib.Lists()), task);
+        if (!shapes.AreThoseOf(task)) return false;
     }
 
     if (task.height > task.width) (void)contrib.Allocate(task.height);
@@ -91,6 +94,7 @@ bool RunPasses(const ScaleTask& task, TableBuilder builder, PassRunner& runner) 
     if (!haveArray()) return false;
     const TableRequest request{yields, task.temp.Height, yScale, task.DestinationRows(), task.family.name};
     const TableStep table(contrib, request, TableStage::Scale4, TableStage::Scale5, builder);
+    if (!shapes.AreThoseOf(task)) return false;
     runner.Vertical(VerticalPass(task, contrib.Lists()), task);
     return true;
 }

@@ -299,7 +299,11 @@ class BlendedRow {
 };
 
 VerticalPass::VerticalPass(const ScaleTask& task, const ContributionList* contrib)
-    : task_(task), contrib_(contrib), kernels_(ActiveRowKernels()), sampleBytes_(task.family.wide ? 2 : 1) {
+    : task_(task),
+      shapes_(task),
+      contrib_(contrib),
+      kernels_(ActiveRowKernels()),
+      sampleBytes_(task.family.wide ? 2 : 1) {
     if (task.DestinationColumns() < 1 || task.DestinationRows() < 1 || task.destination.PixelSize < 1)
         kernels_ = nullptr;
     if (kernels_ == nullptr) return;
@@ -348,15 +352,17 @@ void VerticalPass::FindMoves() {
     unpack_.Prepare();
 }
 
-void VerticalPass::YieldAfter(int64_t rows, bool yields) const {
+/// False if the host has made other images of the records meanwhile.
+bool VerticalPass::YieldAfter(int64_t rows, bool yields) const {
     for (int64_t i = 0; yields && i < rows; ++i)
         YieldIfWanted(task_.destination);
+    return shapes_.AreThoseOf(task_);
 }
 
 void VerticalPass::RunPlain(int64_t first, int64_t last, bool yields) const {
     for (int64_t y = first; y <= last; ++y) {
         PlainVerticalRow(task_, contrib_, y);
-        YieldAfter(1, yields);
+        if (!YieldAfter(1, yields)) return;
     }
 }
 
@@ -373,13 +379,13 @@ void VerticalPass::Run(int64_t first, int64_t last, bool yields) const {
     for (int64_t y = first; y <= last;) {
         if (y >= stretch.end) stretch = tables_.StretchFrom(y, last + 1);
         if (stretch.isFixed && row.Do(y)) {
-            YieldAfter(1, yields);
+            if (!YieldAfter(1, yields)) return;
             ++y;
             continue;
         }
         const int64_t rows = useWide ? strips.Do<double>(y, stretch.end) : strips.Do<float>(y, stretch.end);
         useWide = useWide || strips.Meter().TooMany();
-        YieldAfter(rows, yields);
+        if (!YieldAfter(rows, yields)) return;
         y += rows;
     }
 }

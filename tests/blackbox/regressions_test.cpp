@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "plugin_test.h"
@@ -68,6 +71,50 @@ TEST_F(Regressions, MatrixOfOneHeavyWeight) {
             TheHost().Call(image, "ApplyMatrix", dest.Object(), 1, TheHost().NewIntegers({entry})).ToThing());
         for (int64_t x = 0; x < 20; ++x)
             ASSERT_EQ(dest.At(x, 1), expected(x, weight)) << weight << " at " << x;
+    }
+}
+
+// The host's time is code of the host's, which can do anything: here it makes a small image of one that is
+// being worked on. Loops went on with the sizes that they had taken in.
+TEST_F(Regressions, AnImageThatBecomesASmallerOneMeanwhileIsLeftAlone) {
+    const int64_t mode = Constant("ScaleTriangle");
+    const trvhost::Picture picture = TheHost().NewPicture(900, 900);
+    const auto call = [&](const char* method, auto... arguments) {
+        return
+            [this, method, arguments...](const Ref& image) { TheHost().Call(image, method, arguments...); };
+    };
+    const Ref other = TheHost().Construct("PictureTRV", 900, 900, Constant("ImageFormatRGBA"));
+    TheHost().Set(other, "YieldTicks", -1);
+    const std::pair<const char*, std::function<void(const Ref&)>> works[] = {
+        {"VMirror", call("VMirror")},
+        {"HMirror", call("HMirror")},
+        {"Rotate180", [&](const Ref& image) { TheHost().Method<void()>("PictureTRV", "Rotate180")(image); }},
+        {"Scale onto it", call("Scale", other, nullptr, mode, 900, 900)},
+        {"Scale from it",
+         [&](const Ref& image) { TheHost().Call(other, "Scale", image, nullptr, mode, 900, 900); }},
+        {"ScaleFast", call("ScaleFast", other, 900, 900)},
+        {"CopyPixels", call("CopyPixels", other)},
+        {"CopyPicture", call("CopyPicture")},
+        {"DrawPictureRGB", call("DrawPictureRGB", picture)}};
+    for (const auto& [name, work] : works) {
+        for (int when = 1; when <= 3; ++when) {
+            SCOPED_TRACE(std::string(name) + ", at yield " + std::to_string(when));
+            const Ref image = TheHost().Construct("PictureTRV", 900, 900, Constant("ImageFormatRGBA"));
+            const MemoryImage small(TheHost(), 2, 2, Constant("ImageFormatG"));
+            TheHost().Set(image, "YieldTicks", -1);
+            int yields = 0;
+            TheHost().OnYield([&] {
+                if (++yields != when) return;
+                TheHost().Call(image, "Constructor",
+                               TheHost().Get<trvhost::MemoryBlock>(small, "MemoryTarget"), 2, 2,
+                               Constant("ImageFormatG"), 2);
+            });
+            work(image);
+            TheHost().OnYield({});
+            while (TheHost().TakeException()) {
+            }
+            EXPECT_TRUE(small.GuardIntact());
+        }
     }
 }
 
