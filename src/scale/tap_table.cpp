@@ -163,16 +163,16 @@ TapTable<T>::~TapTable() {
 /// Gives each list its stretch of positions, with first and end ascending, and returns how many taps that
 /// makes.
 template <class T>
-int64_t TapTable<T>::Place(const ContributionList* contrib, int64_t positions) {
+int64_t TapTable<T>::Place(const ContributionList* contrib, int64_t count, int64_t positions) {
     int64_t end = 1;
-    for (int64_t i = 0; i < count_; ++i) {
+    for (int64_t i = 0; i < count; ++i) {
         const ContributionList& from = contrib[i];
         if (from.count > 0) end = std::max(end, int64_t{from.entries[from.count - 1].pixel} + 1);
         lists_[i].count = end;  // for now the end
     }
     int64_t first = std::max<int64_t>(positions, 1) - 1;
     int64_t taps = 0;
-    for (int64_t i = count_ - 1; i >= 0; --i) {
+    for (int64_t i = count - 1; i >= 0; --i) {
         if (contrib[i].count > 0) first = std::min(first, int64_t{contrib[i].entries[0].pixel});
         lists_[i].first = std::min(first, lists_[i].count - 1);
         lists_[i].count -= lists_[i].first;
@@ -190,7 +190,7 @@ bool TapTable<T>::Build(const ContributionList* contrib, int64_t count, int64_t 
     count_ = 0;  // until all is there
     lists_ = static_cast<TapList<T>*>(AllocateZeroed(count * int64_t{sizeof(TapList<T>)}));
     if (lists_ == nullptr) return false;
-    weights_ = static_cast<T*>(AllocateZeroed(Place(contrib, positions) * int64_t{sizeof(T)}));
+    weights_ = static_cast<T*>(AllocateZeroed(Place(contrib, count, positions) * int64_t{sizeof(T)}));
     if (weights_ == nullptr) return false;
 
     T* next = weights_;

@@ -50,7 +50,7 @@ class TapTable {
     [[nodiscard]] double ExpectedDoubts() const { return expectedDoubts_; }
 
   private:
-    [[nodiscard]] int64_t Place(const ContributionList* contrib, int64_t positions);
+    [[nodiscard]] int64_t Place(const ContributionList* contrib, int64_t count, int64_t positions);
 
     TapList<T>* lists_ = nullptr;
     T* weights_ = nullptr;
