@@ -7,9 +7,9 @@
 
 #include "filters/blur_kernels.h"
 #include "filters/box_blur_task.h"
-#include "filters/shared_pixels.h"
 #include "image/checked_math.h"
 #include "image/row_readers.h"
+#include "image/store_overlap.h"
 
 namespace trv {
 
@@ -140,7 +140,7 @@ bool BoxBlurFast(const BoxBlurTask& task) {
     if (!task.vertical && !task.horizontal) return false;
     const BlurKernels* kernels = ActiveBlurKernels();
     if (kernels == nullptr || task.Written().IsEmpty() || !task.destPlaces.AreApart() ||
-        SharesPixels(task.dest, task.source)) {
+        MayShareMemory(task.dest, task.source)) {
         return false;
     }
     if (task.radius <= kMostNarrowRadius) {

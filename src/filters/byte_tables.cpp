@@ -24,10 +24,8 @@ void MapPlain(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables)
 }
 
 MapBytesKernel ActiveKernel() {
-    const InstructionSet set = ChosenInstructionSet();
-    if (set >= InstructionSet::Avx512 && RunsMapBytesAvx512()) return MapBytesAvx512;
-    if (set >= InstructionSet::Avx2) return MapBytesAvx2;
-    return nullptr;
+    return KernelsInUse<MapBytesKernel>(nullptr, MapBytesAvx2,
+                                        RunsMapBytesAvx512() ? MapBytesAvx512 : nullptr);
 }
 
 }  // namespace

@@ -43,12 +43,34 @@ bool PixelPlaces::AreApart() const {
     return true;
 }
 
+LanePlan LanesInOrder(const PixelPlaces& places) {
+    LanePlan plan{static_cast<int64_t>(places.channels), places.channels, {}};
+    std::iota(plan.lane.begin(), plan.lane.end(), 0);
+    return plan;
+}
+
+SpanConverter ToLanes(const PixelPlaces& places, const LanePlan& plan) {
+    SpanConverter converter(places.pixelSize, plan.lanes);
+    for (size_t c = 0; c < places.channels; ++c)
+        converter.Add({.to = plan.lane[c], .from = places.offsets[c]});
+    converter.Prepare();
+    return converter;
+}
+
+SpanConverter FromLanes(const PixelPlaces& places, const LanePlan& plan) {
+    SpanConverter converter(plan.lanes, places.pixelSize);
+    for (size_t c = 0; c < places.channels; ++c)
+        converter.Add({.to = places.offsets[c], .from = plan.lane[c]});
+    converter.Prepare();
+    return converter;
+}
+
 LanePlan ChooseLanes(const PixelPlaces& source, const PixelPlaces& dest, int64_t lanes) {
-    LanePlan plan{lanes, dest.channels, {}};
+    LanePlan plan = LanesInOrder(dest);
+    plan.lanes = lanes;
     const PixelPlaces* model = CanBeLanes(dest, lanes)     ? &dest
                                : CanBeLanes(source, lanes) ? &source
                                                            : nullptr;
-    std::iota(plan.lane.begin(), plan.lane.end(), 0);
     if (model == nullptr) return plan;
     for (size_t c = 0; c < plan.channels; ++c)
         plan.lane[c] = model->offsets[c] % lanes;
@@ -59,11 +81,8 @@ LaneReader::LaneReader(const PixelPlaces& places, const LanePlan& plan, int64_t 
     : pixels_(pixels),
       bytes_(pixels * plan.lanes),
       direct_(!hold && AreLanes(places, plan)),
-      converter_(places.pixelSize, plan.lanes) {
+      converter_(ToLanes(places, plan)) {
     if (direct_) start_ = StartOf(places);
-    for (size_t c = 0; c < places.channels; ++c)
-        converter_.Add({.to = plan.lane[c], .from = places.offsets[c]});
-    converter_.Prepare();
     // Used for direct rows too, as the zeros of a row that cannot be had.
     buffer_ = MakeZeroedBytes(bytes_);
     direct_ = direct_ && buffer_ != nullptr;
@@ -82,11 +101,8 @@ const uint8_t* LaneReader::Read(const uint8_t* row) {
 LaneWriter::LaneWriter(const PixelPlaces& places, const LanePlan& plan, int64_t pixels)
     : pixels_(pixels),
       direct_(AreLanes(places, plan) && plan.lanes == static_cast<int64_t>(places.channels)),
-      converter_(plan.lanes, places.pixelSize) {
+      converter_(FromLanes(places, plan)) {
     if (direct_) start_ = StartOf(places);
-    for (size_t c = 0; c < places.channels; ++c)
-        converter_.Add({.to = places.offsets[c], .from = plan.lane[c]});
-    converter_.Prepare();
     buffer_ = MakeZeroedBytes(SaturatedMultiply(pixels, plan.lanes));
 }
 

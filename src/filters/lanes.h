@@ -43,6 +43,15 @@ struct LanePlan {
     std::array<int64_t, kMostChannels> lane;  // by channel
 };
 
+/// The channels alone, in their order.
+[[nodiscard]] LanePlan LanesInOrder(const PixelPlaces& places);
+
+/// Brings the channels of pixels into lanes. What no channel gives stays as it was.
+[[nodiscard]] SpanConverter ToLanes(const PixelPlaces& places, const LanePlan& plan);
+
+/// Brings lanes back to where the channels are; the other bytes of the pixels stay as they are.
+[[nodiscard]] SpanConverter FromLanes(const PixelPlaces& places, const LanePlan& plan);
+
 /// The plan with so many lanes a pixel, at least as many as there are channels, that spares most conversions:
 /// as the destination has them, else as the source has them, else in order.
 [[nodiscard]] LanePlan ChooseLanes(const PixelPlaces& source, const PixelPlaces& dest, int64_t lanes);

@@ -8,8 +8,8 @@
 
 #include "filters/matrix_kernels.h"
 #include "filters/matrix_task.h"
-#include "filters/shared_pixels.h"
 #include "image/row_readers.h"
+#include "image/store_overlap.h"
 
 namespace trv {
 
@@ -154,7 +154,7 @@ class FastMatrix {
 bool ApplyMatrixFast(const MatrixTask& task) {
     const MatrixKernels* kernels = ActiveMatrixKernels();
     if (kernels == nullptr || task.Written().IsEmpty() || !task.destPlaces.AreApart() ||
-        SharesPixels(task.dest, task.source)) {
+        MayShareMemory(task.dest, task.source)) {
         return false;
     }
     const Choice choice = Choose(task, *kernels);

@@ -43,7 +43,7 @@ void Paint(PictureTRV& source, PictureTRV& dest, const OilBands& bands, int64_t 
     const auto samples =
         static_cast<uint64_t>(SaturatedMultiply(std::min(side, source.Height), std::min(side, source.Width)));
     range = std::min(range, std::max(source.Width, source.Height));
-    if (&dest != &source && SharesPixels(dest, source)) {
+    if (&dest != &source && MayShareMemory(dest, source)) {
         OilPainter<F, OilRereading<F>>(source, dest, bands, range).PaintRereading();
     } else if (PrefersRows(range, bands)) {
         OilPainter<F, OilRows<F>>(source, dest, bands, range).Paint();

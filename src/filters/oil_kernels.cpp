@@ -11,11 +11,9 @@ OilKernels<Word> ActiveOilKernels() {
 
 template <>
 OilKernels<uint32_t> ActiveOilKernels() {
-    const InstructionSet set = ChosenInstructionSet();
-    if (set >= InstructionSet::Avx512) return kOilKernelsAvx512;
-    if (set >= InstructionSet::Avx2) return kOilKernelsAvx2;
-    if (set >= InstructionSet::Baseline) return kOilKernelsBaseline;
-    return {&SlidePlain<uint32_t>, &FullestPlain<uint32_t>};
+    const auto* kernels = KernelsInUse(&kOilKernelsBaseline, &kOilKernelsAvx2, &kOilKernelsAvx512);
+    return kernels == nullptr ? OilKernels<uint32_t>{&SlidePlain<uint32_t>, &FullestPlain<uint32_t>}
+                              : *kernels;
 }
 
 template OilKernels<uint64_t> ActiveOilKernels();

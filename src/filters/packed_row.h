@@ -7,12 +7,12 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "filters/shared_pixels.h"
+#include "filters/lanes.h"
 #include "image/destination.h"
 #include "image/pixel_loop.h"
 #include "image/row_readers.h"
+#include "image/store_overlap.h"
 #include "platform/memory.h"
-#include "spans/convert_span.h"
 
 namespace trv {
 
@@ -38,12 +38,7 @@ inline constexpr int64_t kSamplesOf = static_cast<int64_t>(F::channels.size());
 template <class F>
 class RowSource {
   public:
-    explicit RowSource(PictureTRV& image) : image_(image), converter_(image.PixelSize, kSamplesOf<F>) {
-        int64_t to = 0;
-        for (const int64_t offset : F::Offsets(image))
-            converter_.Add({.to = to++, .from = offset});
-        converter_.Prepare();
-    }
+    explicit RowSource(PictureTRV& image) : RowSource(image, PlacesOf<F>(image)) {}
 
     /// `count` pixels from pixel `x` of row `y` on; false if the row cannot be had.
     [[nodiscard]] bool Read(int64_t y, int64_t x, int64_t count, uint8_t* samples) {
@@ -56,6 +51,9 @@ class RowSource {
     [[nodiscard]] PictureTRV& Image() const { return image_; }
 
   private:
+    RowSource(PictureTRV& image, const PixelPlaces& places)
+        : image_(image), converter_(ToLanes(places, LanesInOrder(places))) {}
+
     PictureTRV& image_;
     SpanConverter converter_;
 };
@@ -64,12 +62,7 @@ class RowSource {
 template <class F>
 class RowTarget {
   public:
-    explicit RowTarget(PictureTRV& image) : image_(image), converter_(kSamplesOf<F>, image.PixelSize) {
-        int64_t from = 0;
-        for (const int64_t offset : F::Offsets(image))
-            converter_.Add({.to = offset, .from = from++});
-        converter_.Prepare();
-    }
+    explicit RowTarget(PictureTRV& image) : RowTarget(image, PlacesOf<F>(image)) {}
 
     /// `count` pixels from pixel `x` of row `y` on; no effect if the row cannot be had.
     void Write(int64_t y, int64_t x, int64_t count, const uint8_t* samples) {
@@ -81,6 +74,9 @@ class RowTarget {
     [[nodiscard]] PictureTRV& Image() const { return image_; }
 
   private:
+    RowTarget(PictureTRV& image, const PixelPlaces& places)
+        : image_(image), converter_(FromLanes(places, LanesInOrder(places))) {}
+
     PictureTRV& image_;
     SpanConverter converter_;
 };
@@ -93,7 +89,7 @@ template <class F, class Work>
 void ChangePackedRows(PictureTRV& source, PictureTRV& dest, Work&& work) {
     const Rectangle common = CommonRectangle(dest, source);
     if (common.IsEmpty()) return;
-    const bool shifted = &dest != &source && SharesPixels(dest, source);
+    const bool shifted = &dest != &source && MayShareMemory(dest, source);
     const int64_t step = shifted ? 1 : common.width;
     PackedRow run(step, kSamplesOf<F>);
     if (!run) return;

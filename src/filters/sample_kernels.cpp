@@ -34,7 +34,8 @@ void Choose(uint8_t* bytes, const uint8_t* limits, const uint8_t* low, const uin
 constinit const SampleKernels kSampleKernelsPlain = {&Relief, &Glow, &Choose};
 
 const SampleKernels& ActiveSampleKernels() {
-    return ChosenInstructionSet() >= InstructionSet::Avx2 ? kSampleKernelsAvx2 : kSampleKernelsPlain;
+    const SampleKernels* kernels = KernelsInUse<const SampleKernels*>(nullptr, &kSampleKernelsAvx2);
+    return kernels == nullptr ? kSampleKernelsPlain : *kernels;
 }
 
 }  // namespace trv

@@ -7,13 +7,13 @@
 #include <optional>
 
 #include "filters/lanes.h"
-#include "filters/shared_pixels.h"
 #include "filters/unsharp_kernels.h"
 #include "frame/debug_log.h"
 #include "image/checked_math.h"
 #include "image/destination.h"
 #include "image/pixel_loop.h"
 #include "image/row_pair.h"
+#include "image/store_overlap.h"
 
 namespace trv {
 
@@ -164,7 +164,7 @@ void SharpenFamily(PictureTRV& image, PictureTRV& original, double amount, int64
     const UnsharpTask task{image, original, PlacesOf<F>(image), PlacesOf<F>(original), kInks && !F::hasAlpha};
     const UnsharpTable table(amount, threshold);
     if (task.Changed().IsEmpty()) return;
-    if (SharesPixels(image, original) || !task.places.AreApart()) {
+    if (MayShareMemory(image, original) || !task.places.AreApart()) {
         SharpenPixels(task, table);
     } else {
         SharpenRows(task, Sharpener(table));

@@ -5,16 +5,7 @@
 namespace trv {
 
 UnsharpKernel ActiveUnsharpKernel() {
-    switch (ChosenInstructionSet()) {
-        case InstructionSet::Plain:
-            return nullptr;
-        case InstructionSet::Baseline:
-            return UnsharpBaseline;
-        case InstructionSet::Avx2:
-        case InstructionSet::Avx512:
-            return UnsharpAvx2;
-    }
-    return nullptr;
+    return KernelsInUse<UnsharpKernel>(UnsharpBaseline, UnsharpAvx2);
 }
 
 }  // namespace trv

@@ -17,11 +17,11 @@ enum class InstructionSet : uint8_t { Plain, Baseline, Avx2, Avx512 };
 /// The instruction set in use.
 [[nodiscard]] InstructionSet ChosenInstructionSet();
 
-/// Of kernels that exist for several instruction sets those that suit the one in use, which are those of the
-/// next lower one where it has none of its own; null for the plain form.
-template <class Kernels>
-[[nodiscard]] const Kernels* KernelsInUse(const Kernels* baseline, const Kernels* avx2,
-                                          const Kernels* avx512 = nullptr) {
+/// Of kernels that exist for several instruction sets, by pointers to tables of them or to themselves, those
+/// that suit the one in use, which are those of the next lower one where it has none of its own; null for the
+/// plain form.
+template <class Pointer>
+[[nodiscard]] Pointer KernelsInUse(Pointer baseline, Pointer avx2, Pointer avx512 = nullptr) {
     const InstructionSet set = ChosenInstructionSet();
     if (set >= InstructionSet::Avx512 && avx512 != nullptr) return avx512;
     if (set >= InstructionSet::Avx2 && avx2 != nullptr) return avx2;

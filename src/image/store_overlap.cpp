@@ -10,20 +10,32 @@ namespace trv {
 
 namespace {
 
-/// First and end address of what an image in memory may touch.
+/// Addresses from the first to behind the last byte of what an image in memory may touch.
 struct AddressRange {
-    uintptr_t begin;
-    uintptr_t end;
+    uintptr_t begin = UINTPTR_MAX;
+    uintptr_t end = 0;
 };
 
-AddressRange RangeOf(PictureTRV& record) {
-    const auto first = reinterpret_cast<uintptr_t>(record.GetRow(&record, 0));
-    const auto last = reinterpret_cast<uintptr_t>(record.GetRow(&record, record.Height - 1));
+/// Bytes of a row that an image may touch; views and programs can move the channels behind the pixels.
+int64_t BytesInReach(const PictureTRV& record) {
     int64_t offset = 0;
     for (const ChannelField& field : kChannelFields)
         offset = std::max(offset, record.*field.offset);
-    const int64_t rowBytes = SaturatedAdd(SaturatedMultiply(record.Width, record.PixelSize), offset + 1);
-    return {std::min(first, last), std::max(first, last) + static_cast<uintptr_t>(rowBytes)};
+    return SaturatedAdd(SaturatedMultiply(record.Width, record.PixelSize), offset + 1);
+}
+
+AddressRange RangeOf(PictureTRV& record) {
+    const auto bytes = static_cast<uintptr_t>(BytesInReach(record));
+    // Rows that a table holds can lie anywhere; of others the first and the last are the outermost.
+    const int64_t step = IsLinear(record) ? std::max<int64_t>(record.Height - 1, 1) : 1;
+    AddressRange range;
+    for (int64_t y = 0; y < record.Height; y += step) {
+        const auto row = reinterpret_cast<uintptr_t>(FetchRow(record, y));
+        if (row == 0) continue;
+        range.begin = std::min(range.begin, row);
+        range.end = std::max(range.end, row + bytes);
+    }
+    return range;
 }
 
 }  // namespace
@@ -38,9 +50,11 @@ bool IsLinear(const PictureTRV& record) {
 
 bool MayShareMemory(PictureTRV& a, PictureTRV& b) {
     if (&a == &b) return true;
-    if (a.IsMapping != 0 && b.IsMapping != 0) return a.WindowMapHandle == b.WindowMapHandle;
+    // Windows of one file lie at addresses of their own.
+    if (a.IsMapping != 0 || b.IsMapping != 0) {
+        return a.IsMapping != 0 && b.IsMapping != 0 && a.WindowMapHandle == b.WindowMapHandle;
+    }
     if (IsRowTable(a) && IsRowTable(b)) return a.tpixels == b.tpixels;
-    if (!IsLinear(a) || !IsLinear(b)) return false;
     const AddressRange rangeA = RangeOf(a);
     const AddressRange rangeB = RangeOf(b);
     return rangeA.begin < rangeB.end && rangeB.begin < rangeA.end;

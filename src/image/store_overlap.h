@@ -16,7 +16,8 @@ namespace trv {
 [[nodiscard]] bool IsLinear(const PictureTRV& record);
 
 /// Whether the two images, both open, may reach the same bytes, so that the order of reading and writing
-/// shows in the result. Rather true than false.
+/// shows in the result: the same image, views of one store, images over the same memory. Rather true than
+/// false, as long as no program keeps the address of a mapped image's window.
 [[nodiscard]] bool MayShareMemory(PictureTRV& a, PictureTRV& b);
 
 /// Rows that can be reached one after the other without moving a mapped image's window; without limit in

@@ -5,7 +5,7 @@
 namespace trv {
 
 const SpanKernels* ActiveSpanKernels() {
-    return KernelsInUse<SpanKernels>(nullptr, &kSpanKernelsAvx2);
+    return KernelsInUse<const SpanKernels*>(nullptr, &kSpanKernelsAvx2);
 }
 
 }  // namespace trv
