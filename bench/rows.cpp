@@ -1,3 +1,4 @@
+#include <benchmark/benchmark.h>
 #include <filesystem>
 #include <libyuv.h>
 #include <opencv2/imgproc.hpp>
@@ -88,6 +89,29 @@ void EnterCopies() {
     }
 }
 
+/// A new image every time, which is released again.
+Work CloneWithPlugin(Layout layout) {
+    const Ref source = SourceImage(layout, kLarge);
+    const auto clone = TheHost().Method<Ref()>("PictureTRV", "Clone as PictureTRV");
+    return [=]() { Expect(static_cast<bool>(clone(source)), "Clone"); };
+}
+
+Work CloneWithOpenCv(Layout layout) {
+    const cv::Mat source = SourceMat(layout, kLarge);
+    return [=]() {
+        const cv::Mat copy = source.clone();
+        benchmark::DoNotOptimize(copy.data);
+    };
+}
+
+void EnterClones() {
+    for (const Layout layout : {Layout::Rgba, Layout::Gray}) {
+        EnterLine(std::string("Clone ") + NameOf(layout), BytesOf(layout, kLarge),
+                  [=] { return CloneWithPlugin(layout); },
+                  {{kOpenCv, [=] { return CloneWithOpenCv(layout); }}});
+    }
+}
+
 // Rows
 // -----------------------------------------------------------------------------------------------------------
 
@@ -158,6 +182,7 @@ void EnterMappedWalks() {
 
 void EnterRows() {
     EnterCopies();
+    EnterClones();
     EnterRowMethods();
     EnterMappedWalks();
 }

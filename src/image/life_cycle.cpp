@@ -34,10 +34,12 @@ int64_t StoreSize(int64_t width, int64_t height, int64_t format) {
 ObjectReference NewStore(int64_t bytes, int64_t slack = 0) {
     TRV_LOG("Allocating Size", bytes);
     ObjectReference block(bytes < 0 ? nullptr : NewMemoryBlock(SaturatedAdd(bytes, slack)));
-    if (MemoryBlockPointer(block.Get()) == nullptr) {
+    uint8_t* memory = MemoryBlockPointer(block.Get());
+    if (memory == nullptr) {
         RaiseOutOfMemory("Failed to allocate %lld bytes of memory for image buffer.", bytes);
         return {};
     }
+    PreferLargePages(memory, bytes);
     return block;
 }
 

@@ -7,7 +7,8 @@
 
 namespace trv {
 
-/// A zeroed block of `bytes` bytes, aligned for any scalar, released with FreeZeroed by whoever holds it.
+/// A zeroed block of `bytes` bytes, aligned for any scalar, released with FreeZeroed by whoever holds it; of
+/// large pages where the system likes.
 /// Nil for a size below 1 and when the system has no memory.
 [[nodiscard]] void* AllocateZeroed(int64_t bytes);
 
@@ -24,6 +25,10 @@ using ZeroedBytes = std::unique_ptr<uint8_t, FreeZeroedBytes>;
 [[nodiscard]] inline ZeroedBytes MakeZeroedBytes(int64_t count) {
     return ZeroedBytes(static_cast<uint8_t*>(AllocateZeroed(count)));
 }
+
+/// Asks the system to fill fresh memory with large pages where they fit in: the pages of a picture come one
+/// after the other, and small ones cost more time to get than most work on them takes. Only a wish.
+void PreferLargePages(void* memory, int64_t bytes);
 
 /// Bytes in a page of virtual memory.
 [[nodiscard]] int64_t PageSize();

@@ -7,6 +7,7 @@
 #include "frame/debug_log.h"
 #include "image/pixel_loop.h"
 #include "image/row_pair.h"
+#include "image/store_overlap.h"
 #include "rows/channel_rules.h"
 
 namespace trv {
@@ -43,6 +44,12 @@ void CopyPixelsBlock(PictureTRV& dest, PictureTRV& source, const RectanglePair& 
     TRV_LOG("uh", pair.height);
     TRV_LOG("pw", wanted);
     TRV_LOG("row", pair.destY);
+    // Rows over the same memory keep their order, which shows in the result.
+    if (bytes == wanted && IsOneRun(dest, source, pair) && !MayShareMemory(dest, source)) {
+        std::memcpy(FetchRow(dest, pair.destY) + destStart, FetchRow(source, pair.sourceY) + sourceStart,
+                    static_cast<size_t>(bytes * pair.height));
+        return;
+    }
     ForEachRowPair(dest, source, pair, [&](const uint8_t* from, uint8_t* to) {
         std::memmove(to + destStart, from + sourceStart, static_cast<size_t>(bytes));
     });

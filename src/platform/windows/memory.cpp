@@ -15,6 +15,10 @@ void FreeZeroed(void* block) {
     if (block != nullptr) GlobalFree(block);
 }
 
+void PreferLargePages(void* /*memory*/, int64_t /*bytes*/) {
+    // Large pages are a privilege here, which programs do not have.
+}
+
 int64_t PageSize() {
     SYSTEM_INFO info{};
     GetSystemInfo(&info);
