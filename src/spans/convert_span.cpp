@@ -118,7 +118,7 @@ bool SpanConverter::PrepareLuma() {
     if (fromStep_ != 3 && fromStep_ != 4) return false;
     if (fromLast_ - fromFirst_ >= fromStep_) return false;
     groupPixels_ = groupWrites_ = kLumaPixels;
-    groupReads_ = kLumaPixels * fromStep_ + (fromStep_ == 3 ? 4 : 0);
+    groupReads_ = kLumaPixels * fromStep_;
     std::fill(std::begin(weights_), std::end(weights_), uint8_t{0});
     for (const auto& [offset, weight] : {std::pair{rule.from, 77}, {rule.green, 151}, {rule.blue, 28}}) {
         // Of one byte taken for all three the weights are 256, which is one too many for a byte.

@@ -25,8 +25,7 @@ struct SpanKernels {
     /// The same with `parts` shuffles of one 16 bytes of the source into as many 16 bytes of the destination.
     void (*spread)(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle* shuffles, int parts);
     /// Brightness (77 red + 151 green + 28 blue) >> 8 of `groups` groups of 32 pixels of 3 or 4 bytes into
-    /// bytes; `weights` are those of the four bytes of a pixel, 0 to 255, of a sum of 256. Pixels of 3 bytes
-    /// are read 16 bytes at a time, 12 apart, so the caller leaves 4 bytes of room behind the last.
+    /// bytes; `weights` are those of the four bytes of a pixel, 0 to 255, of a sum of 256.
     void (*luma)(const uint8_t* from, int64_t pixelSize, uint8_t* to, int64_t groups,
                  const uint8_t (&weights)[4]);
 };

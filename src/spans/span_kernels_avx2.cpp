@@ -1,4 +1,6 @@
-// Span kernels for AVX2. These runs are bound by memory, so wider vectors would gain nothing.
+// Span kernels for AVX2. These runs are bound by memory, so wider vectors would gain nothing. What they gain
+// from is bursts: memory that is read and written by turns, a vector each, takes up to a quarter longer than
+// some lines of one and then some lines of the other.
 
 #include <immintrin.h>
 
@@ -15,6 +17,8 @@ inline __m128i Load(const uint8_t* p) {
 inline void Store(uint8_t* p, __m128i v) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
 }
+
+constexpr int kBurst = 16;  // vectors
 
 /// Two groups side by side.
 inline __m256i LoadTwo(const uint8_t* first, const uint8_t* second) {
@@ -40,11 +44,18 @@ void Shuffle(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle
         return _mm256_xor_si256(_mm256_shuffle_epi8(LoadTwo(first, first + fromBytes), picks2), flips2);
     };
     if (shuffle.writesAll) {
-        for (; groups >= 4; groups -= 4, from += 4 * fromBytes, to += 4 * toBytes) {
-            const __m256i first = made(from);
-            const __m256i second = made(from + 2 * fromBytes);
-            StoreTwo(to, to + toBytes, first);
-            StoreTwo(to + 2 * toBytes, to + 3 * toBytes, second);
+        __m256i burst[kBurst];
+        for (; groups >= 2 * kBurst; groups -= 2 * kBurst) {
+#pragma GCC unroll 16
+            for (__m256i& bytes : burst) {
+                bytes = made(from);
+                from += 2 * fromBytes;
+            }
+#pragma GCC unroll 16
+            for (const __m256i& bytes : burst) {
+                StoreTwo(to, to + toBytes, bytes);
+                to += 2 * toBytes;
+            }
         }
         for (; groups > 0; --groups, from += fromBytes, to += toBytes)
             Store(to, _mm_xor_si128(_mm_shuffle_epi8(Load(from), picks), flips));
@@ -101,12 +112,27 @@ void SpreadInto(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuf
     }
 }
 
+template <int kParts, bool kWritesAll>
+void SpreadInBursts(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle* shuffles) {
+    __m256i burst[kBurst];
+    for (; groups >= 2 * kBurst; groups -= 2 * kBurst, to += kBurst * 32 * kParts) {
+#pragma GCC unroll 16
+        for (__m256i& bytes : burst) {
+            bytes = LoadTwo(from, from + 16);
+            from += 32;
+        }
+        SpreadInto<kParts, kWritesAll>(reinterpret_cast<const uint8_t*>(burst), to, 2 * kBurst, shuffles);
+    }
+    SpreadInto<kParts, kWritesAll>(from, to, groups, shuffles);
+}
+
 void Spread(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle* shuffles, int parts) {
     bool writesAll = true;
     for (int part = 0; part < parts; ++part)
         writesAll = writesAll && shuffles[part].writesAll;
     const auto run = [&]<int kParts>() {
-        (writesAll ? SpreadInto<kParts, true> : SpreadInto<kParts, false>)(from, to, groups, shuffles);
+        (writesAll ? SpreadInBursts<kParts, true> : SpreadInBursts<kParts, false>)(from, to, groups,
+                                                                                   shuffles);
     };
     if (parts == 2) run.template operator()<2>();
     if (parts == 3) run.template operator()<3>();
@@ -114,12 +140,25 @@ void Spread(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle*
     if (parts == 5) run.template operator()<5>();
 }
 
-/// 8 pixels of 4 bytes, from pixels of 4 or 3.
-inline __m256i EightPixels(const uint8_t* from, int64_t pixelSize) {
-    if (pixelSize == 4) return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
-    const __m256i spread =
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
-    return _mm256_shuffle_epi8(LoadTwo(from, from + 12), spread);
+/// 32 pixels of 4 or 3 bytes as pixels of 4: fours of them, those up to 15 in the lower halves and the others
+/// in the upper ones. Of pixels of 3 the fourth is 0.
+template <int kPixelSize>
+inline void LoadPixels(const uint8_t* from, __m256i (&fours)[4]) {
+    constexpr int64_t kHalf = 16 * kPixelSize;
+    if constexpr (kPixelSize == 4) {
+        for (int i = 0; i < 4; ++i)
+            fours[i] = LoadTwo(from + 16 * i, from + kHalf + 16 * i);
+    } else {
+        const __m256i spread =
+            _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+        const __m256i a = LoadTwo(from, from + kHalf);
+        const __m256i b = LoadTwo(from + 16, from + kHalf + 16);
+        const __m256i c = LoadTwo(from + 32, from + kHalf + 32);
+        fours[0] = _mm256_shuffle_epi8(a, spread);
+        fours[1] = _mm256_shuffle_epi8(_mm256_alignr_epi8(b, a, 12), spread);
+        fours[2] = _mm256_shuffle_epi8(_mm256_alignr_epi8(c, b, 8), spread);
+        fours[3] = _mm256_shuffle_epi8(_mm256_srli_si256(c, 4), spread);
+    }
 }
 
 template <int kPixelSize>
@@ -127,19 +166,34 @@ void LumaOf(const uint8_t* from, uint8_t* to, int64_t groups, __m256i shares) {
     const __m256i middle = _mm256_set1_epi8(-128);
     // Weights without sign times samples less 128: at least -128 * 256, at most 127 * 256, so that nothing
     // saturates.
-    const auto products = [&](const uint8_t* pixels) {
-        return _mm256_maddubs_epi16(shares, _mm256_xor_si256(EightPixels(pixels, kPixelSize), middle));
+    const auto products = [&](__m256i pixels) {
+        return _mm256_maddubs_epi16(shares, _mm256_xor_si256(pixels, middle));
     };
-    const auto sums = [&](const uint8_t* pixels) {
-        const __m256i sum = _mm256_hadd_epi16(products(pixels), products(pixels + 8 * kPixelSize));
+    const auto sums = [&](__m256i first, __m256i second) {
+        const __m256i sum = _mm256_hadd_epi16(products(first), products(second));
         return _mm256_srli_epi16(_mm256_xor_si256(sum, _mm256_set1_epi16(-32768)), 8);
     };
     for (; groups > 0; --groups, from += 32 * kPixelSize, to += 32) {
-        const __m256i bytes = _mm256_packus_epi16(sums(from), sums(from + 16 * kPixelSize));
-        // Sums and packing work within halves: fours of pixels 0 2 4 6 1 3 5 7 become 0 to 7.
-        const __m256i ordered = _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), ordered);
+        __m256i fours[4];
+        LoadPixels<kPixelSize>(from, fours);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to),
+                            _mm256_packus_epi16(sums(fours[0], fours[1]), sums(fours[2], fours[3])));
     }
+}
+
+template <int kPixelSize>
+void LumaInBursts(const uint8_t* from, uint8_t* to, int64_t groups, __m256i shares) {
+    __m256i burst[kBurst];
+    for (; groups >= kBurst; groups -= kBurst) {
+        LumaOf<kPixelSize>(from, reinterpret_cast<uint8_t*>(burst), kBurst, shares);
+        from += kBurst * 32 * kPixelSize;
+#pragma GCC unroll 16
+        for (const __m256i& bytes : burst) {
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), bytes);
+            to += 32;
+        }
+    }
+    LumaOf<kPixelSize>(from, to, groups, shares);
 }
 
 void Luma(const uint8_t* from, int64_t pixelSize, uint8_t* to, int64_t groups, const uint8_t (&weights)[4]) {
@@ -147,9 +201,9 @@ void Luma(const uint8_t* from, int64_t pixelSize, uint8_t* to, int64_t groups, c
     __builtin_memcpy(&packed, weights, sizeof packed);
     const __m256i shares = _mm256_set1_epi32(packed);
     if (pixelSize == 4) {
-        LumaOf<4>(from, to, groups, shares);
+        LumaInBursts<4>(from, to, groups, shares);
     } else {
-        LumaOf<3>(from, to, groups, shares);
+        LumaInBursts<3>(from, to, groups, shares);
     }
 }
 
