@@ -4,8 +4,9 @@
 // it is its turn, whatever memory the pictures share.
 //
 // The fast way brings each operand into the layout of the written picture, a block at a time and only where
-// it has another one, and has a kernel make the bytes. Where rows overlap other than pixel upon pixel, or
-// channels lie in unusual places, the pixels are made one after the other.
+// it has another one, and has a kernel make the bytes; among pixels of 4 bytes a kernel does both at once.
+// Where rows overlap other than pixel upon pixel, or channels lie in unusual places, the pixels are made one
+// after the other.
 
 #include <array>
 #include <cstdint>
@@ -14,6 +15,7 @@
 
 #include "compositing/blend_plan.h"
 #include "compositing/composite_kernels.h"
+#include "compositing/pixel_blender.h"
 #include "image/row_set.h"
 #include "spans/convert_span.h"
 
@@ -90,6 +92,7 @@ class RowBlender {
     const BlendPlan& plan_;
     std::array<Extent, BlendPlan::kMostSides> extents_;
     const CompositeKernels* kernels_ = nullptr;  // null where only the slow way serves
+    std::optional<PixelBlender> pixels_;         // where it serves; then what follows is not used
     int64_t blockPixels_ = 0;
     BlendOperand d_;
     BlendOperand s_;

@@ -5,7 +5,7 @@
 namespace trv {
 
 const CompositeKernels* ActiveCompositeKernels() {
-    return KernelsInUse(&kCompositeKernelsBaseline, &kCompositeKernelsAvx2, &kCompositeKernelsAvx512);
+    return KernelsInUse(&kCompositeKernelsBaseline, &kCompositeKernelsAvx2);
 }
 
 }  // namespace trv

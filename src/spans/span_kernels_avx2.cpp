@@ -2,39 +2,21 @@
 // from is bursts: memory that is read and written by turns, a vector each, takes up to a quarter longer than
 // some lines of one and then some lines of the other.
 
-#include <immintrin.h>
-
 #include "spans/span_kernels.h"
+#include "spans/vectors_avx2.h"
 
 namespace trv {
 
 namespace {
 
-inline __m128i Load(const uint8_t* p) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-}
-
-inline void Store(uint8_t* p, __m128i v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
-}
+using namespace avx2;
 
 constexpr int kBurst = 16;  // vectors
 
-/// Two groups side by side.
-inline __m256i LoadTwo(const uint8_t* first, const uint8_t* second) {
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(Load(first)), Load(second), 1);
-}
-
-/// The first group's bytes before the second's, which may lie over the end of what the first one writes.
-inline void StoreTwo(uint8_t* first, uint8_t* second, __m256i v) {
-    Store(first, _mm256_castsi256_si128(v));
-    Store(second, _mm256_extracti128_si256(v, 1));
-}
-
 void Shuffle(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle& shuffle) {
-    const __m128i picks = Load(shuffle.from);
-    const __m128i flips = Load(shuffle.flip);
-    const __m128i writes = Load(shuffle.write);
+    const __m128i picks = LoadHalf(shuffle.from);
+    const __m128i flips = LoadHalf(shuffle.flip);
+    const __m128i writes = LoadHalf(shuffle.write);
     const __m256i picks2 = _mm256_broadcastsi128_si256(picks);
     const __m256i flips2 = _mm256_broadcastsi128_si256(flips);
     const __m256i writes2 = _mm256_broadcastsi128_si256(writes);
@@ -58,7 +40,7 @@ void Shuffle(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle
             }
         }
         for (; groups > 0; --groups, from += fromBytes, to += toBytes)
-            Store(to, _mm_xor_si128(_mm_shuffle_epi8(Load(from), picks), flips));
+            StoreHalf(to, _mm_xor_si128(_mm_shuffle_epi8(LoadHalf(from), picks), flips));
         return;
     }
     // Groups whose bytes fill the vectors do not touch one another, so two can be read before one is written.
@@ -67,8 +49,8 @@ void Shuffle(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle
             StoreTwo(to, to + 16, _mm256_blendv_epi8(LoadTwo(to, to + 16), made(from), writes2));
     }
     for (; groups > 0; --groups, from += fromBytes, to += toBytes) {
-        const __m128i bytes = _mm_xor_si128(_mm_shuffle_epi8(Load(from), picks), flips);
-        Store(to, _mm_blendv_epi8(Load(to), bytes, writes));
+        const __m128i bytes = _mm_xor_si128(_mm_shuffle_epi8(LoadHalf(from), picks), flips);
+        StoreHalf(to, _mm_blendv_epi8(LoadHalf(to), bytes, writes));
     }
 }
 
@@ -93,9 +75,10 @@ void SpreadInto(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuf
     for (int i = 0; i < kParts / 2; ++i)
         pairs[i] = TwoShuffles(shuffles + 2 * i);
     const ByteShuffle& odd = shuffles[kParts - 1];
-    const __m128i oddPicks = Load(odd.from), oddFlips = Load(odd.flip), oddWrites = Load(odd.write);
+    const __m128i oddPicks = LoadHalf(odd.from), oddFlips = LoadHalf(odd.flip),
+                  oddWrites = LoadHalf(odd.write);
     for (; groups > 0; --groups, from += 16, to += 16 * kParts) {
-        const __m256i bytes = _mm256_broadcastsi128_si256(Load(from));
+        const __m256i bytes = _mm256_broadcastsi128_si256(LoadHalf(from));
         for (int i = 0; i < kParts / 2; ++i) {
             auto* target = reinterpret_cast<__m256i*>(to + 32 * i);
             __m256i made = pairs[i].Of(bytes);
@@ -106,8 +89,8 @@ void SpreadInto(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuf
         if constexpr (kParts % 2 != 0) {
             uint8_t* target = to + 16 * (kParts - 1);
             __m128i made = _mm_xor_si128(_mm_shuffle_epi8(_mm256_castsi256_si128(bytes), oddPicks), oddFlips);
-            if constexpr (!kWritesAll) made = _mm_blendv_epi8(Load(target), made, oddWrites);
-            Store(target, made);
+            if constexpr (!kWritesAll) made = _mm_blendv_epi8(LoadHalf(target), made, oddWrites);
+            StoreHalf(target, made);
         }
     }
 }

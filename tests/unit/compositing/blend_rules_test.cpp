@@ -51,7 +51,7 @@ class CompositeKernelsTest : public testing::TestWithParam<const char*> {
     std::mt19937 random_{3};
 };
 
-INSTANTIATE_TEST_SUITE_P(, CompositeKernelsTest, testing::Values("baseline", "avx2", "avx512"),
+INSTANTIATE_TEST_SUITE_P(, CompositeKernelsTest, testing::Values("baseline", "avx2"),
                          [](const auto& test) { return std::string(test.param); });
 
 TEST_P(CompositeKernelsTest, EveryTripleOfBytes) {

@@ -1,0 +1,88 @@
+#pragma once
+
+// What the AVX2 kernels of several subjects are made of. For sources of that instruction set only, which all
+// compile it alike.
+
+#include <cstdint>
+#include <immintrin.h>
+
+namespace trv::avx2 {
+
+using Vector = __m256i;
+using Half = __m128i;
+
+inline constexpr int64_t kBytes = 32;
+
+inline Half LoadHalf(const uint8_t* p) {
+    return _mm_loadu_si128(reinterpret_cast<const Half*>(p));
+}
+
+inline void StoreHalf(uint8_t* p, Half v) {
+    _mm_storeu_si128(reinterpret_cast<Half*>(p), v);
+}
+
+inline Vector Load(const uint8_t* p) {
+    return _mm256_loadu_si256(reinterpret_cast<const Vector*>(p));
+}
+
+inline void Store(uint8_t* p, Vector v) {
+    _mm256_storeu_si256(reinterpret_cast<Vector*>(p), v);
+}
+
+/// 16 bytes from each of two places.
+inline Vector LoadTwo(const uint8_t* first, const uint8_t* second) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(LoadHalf(first)), LoadHalf(second), 1);
+}
+
+/// 16 bytes to each of two places. The first goes before the second, which may lie over the end of it.
+inline void StoreTwo(uint8_t* first, uint8_t* second, Vector v) {
+    StoreHalf(first, _mm256_castsi256_si128(v));
+    StoreHalf(second, _mm256_extracti128_si256(v, 1));
+}
+
+/// The same 16 bytes in both halves.
+inline Vector LoadTwice(const uint8_t* p) {
+    return _mm256_broadcastsi128_si256(LoadHalf(p));
+}
+
+/// The same 4 bytes all over.
+inline Vector LoadFour(const uint8_t* p) {
+    int32_t four = 0;
+    __builtin_memcpy(&four, p, sizeof four);
+    return _mm256_set1_epi32(four);
+}
+
+// Bytes become words and go back within each half of a vector, so that their order comes out right.
+
+inline Vector LowWords(Vector bytes) {
+    return _mm256_unpacklo_epi8(bytes, _mm256_setzero_si256());
+}
+
+inline Vector HighWords(Vector bytes) {
+    return _mm256_unpackhi_epi8(bytes, _mm256_setzero_si256());
+}
+
+inline Vector PackWords(Vector low, Vector high) {
+    return _mm256_packus_epi16(low, high);
+}
+
+/// (x - 1) / 255, truncated, of words 1 to 65535: the whole part of x * 257 / 65536.
+inline Vector DivideOneLessBy255(Vector words) {
+    return _mm256_mulhi_epu16(words, _mm256_set1_epi16(257));
+}
+
+/// 255 where a byte of `a` is not above that of `b`.
+inline Vector IsAtMost(Vector a, Vector b) {
+    return _mm256_cmpeq_epi8(_mm256_max_epu8(a, b), b);
+}
+
+/// Of 8 pixels of 4 bytes the sums of their bytes less 128 times weights without sign, as integers. The
+/// weights of bytes 0 and 1 sum to 256 at most, and those of 2 and 3. So 128 times
+/// all weights is missing.
+inline Vector WeighPixels(Vector pixels, Vector weights) {
+    // Samples less 128 are signed bytes, so that two products stay inside a signed word.
+    const Vector pairs = _mm256_maddubs_epi16(weights, _mm256_xor_si256(pixels, _mm256_set1_epi8(-128)));
+    return _mm256_madd_epi16(pairs, _mm256_set1_epi16(1));
+}
+
+}  // namespace trv::avx2
