@@ -26,6 +26,7 @@ class FlipPattern {
             for (const int64_t offset : offsets)
                 flips_[static_cast<size_t>(pixel * step_ + offset - first_)] ^= 255;
         }
+        all_ = std::all_of(flips_.begin(), flips_.begin() + step_, [](uint8_t flip) { return flip != 0; });
     }
 
     /// Complements `count` pixels from the address of the first one on.
@@ -37,6 +38,10 @@ class FlipPattern {
         // Nothing behind the last channel of the last pixel is touched: it may be the end of the store.
         int64_t left = (count - 1) * step_ + last_ - first_ + 1;
         uint8_t* bytes = pixel + first_;
+        if (all_) {
+            kernels_->flip(bytes, nullptr, left);
+            return;
+        }
         for (const int64_t block = kBlockPixels * step_; left > 0; bytes += block, left -= block)
             kernels_->flip(bytes, flips_.data(), std::min(block, left));
     }
@@ -57,6 +62,7 @@ class FlipPattern {
     int64_t first_ = 0;
     int64_t last_ = 0;
     const PixelKernels* kernels_ = nullptr;
+    bool all_ = false;  // every byte is complemented
     std::array<uint8_t, kBlockPixels * kMostStep> flips_{};
 };
 

@@ -4,8 +4,21 @@
 
 namespace trv {
 
+namespace {
+
+const PixelKernels& KernelsOfAvx512() {
+    static const PixelKernels kernels = [] {
+        PixelKernels made = kPixelKernelsAvx2;
+        made.unmultiply4 = &UnmultiplyPixelsAvx512;
+        return made;
+    }();
+    return kernels;
+}
+
+}  // namespace
+
 const PixelKernels* ActivePixelKernels() {
-    return KernelsInUse(&kPixelKernelsBaseline, &kPixelKernelsAvx2, &kPixelKernelsAvx512);
+    return KernelsInUse(&kPixelKernelsBaseline, &kPixelKernelsAvx2, &KernelsOfAvx512());
 }
 
 }  // namespace trv

@@ -2,6 +2,7 @@
 
 #include "pixelops/pixel_kernels.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -75,28 +76,96 @@ TEST_P(PixelKernelsTest, ProductsAreTheTables) {
     }
 }
 
+TEST_P(PixelKernelsTest, ProductsOfEveryCountAndNothingBehind) {
+    const std::vector<uint8_t> undone = UnmultiplyReference();
+    std::mt19937 random(6);
+    for (size_t count = 0; count < 70; ++count) {
+        std::vector<uint8_t> pixels(count * 4 + 8);
+        for (uint8_t& byte : pixels)
+            byte = static_cast<uint8_t>(random());
+        for (const bool back : {false, true}) {
+            auto made = pixels;
+            const PixelKernels& kernels = *ActivePixelKernels();
+            (back ? kernels.unmultiply4 : kernels.multiply4)(made.data(), 24, static_cast<int64_t>(count));
+            for (size_t i = 0; i < pixels.size(); ++i) {
+                const uint8_t alpha = pixels[i / 4 * 4 + 3];
+                const bool kept = i >= count * 4 || i % 4 == 3;
+                ASSERT_EQ(made[i], kept   ? pixels[i]
+                                   : back ? undone[alpha * size_t{256} + pixels[i]]
+                                          : MultipliedDirectly(pixels[i], alpha));
+            }
+        }
+    }
+}
+
+/// What each mode makes of a colour.
+std::array<int, kGrayModes> GraysOf(int r, int g, int b) {
+    return {(g * 3 + r * 2 + b) / 6, (r * 3 + g * 4 + b) >> 3,
+            static_cast<int>(g * 0.7152 + r * 0.2126 + b * 0.0722),
+            static_cast<int>(g * 0.587 + r * 0.299 + b * 0.114), ((b * 29 + g * 151 + r * 77) >> 8) & 255};
+}
+
 TEST_P(PixelKernelsTest, GrayOfEveryColour) {
-    std::vector<uint8_t> pixels(65536 * 4);
-    for (int red = 0; red < 256; red += 5) {
-        for (size_t i = 0; i < 65536; ++i) {
-            pixels[4 * i] = static_cast<uint8_t>(i >> 8);
-            pixels[4 * i + 1] = 99;
-            pixels[4 * i + 2] = static_cast<uint8_t>(red);
-            pixels[4 * i + 3] = static_cast<uint8_t>(i);
+    const ColourPlaces layouts[] = {{4, 2, 0, 3}, {4, 0, 1, 2}, {3, 0, 1, 2}, {3, 2, 0, 1}};
+    for (int red = 0; red < 256; red += 3) {
+        // Two layouts of four at each red.
+        for (const ColourPlaces& places : {layouts[red % 2], layouts[2 + red % 2]}) {
+            const auto size = static_cast<size_t>(places.pixelSize);
+            std::vector<uint8_t> pixels(65536 * size, 99);
+            for (size_t i = 0; i < 65536; ++i) {
+                uint8_t* pixel = pixels.data() + i * size;
+                pixel[places.red] = static_cast<uint8_t>(red);
+                pixel[places.green] = static_cast<uint8_t>(i >> 8);
+                pixel[places.blue] = static_cast<uint8_t>(i);
+            }
+            for (size_t mode = 0; mode < kGrayModes; ++mode) {
+                auto made = pixels;
+                const int64_t done = ActivePixelKernels()->gray[mode](made.data(), places, 65536);
+                ASSERT_TRUE(done == 65536 || (done == 0 && size == 3));
+                for (size_t i = 0; i < static_cast<size_t>(done); ++i) {
+                    const auto grays = GraysOf(red, static_cast<int>(i >> 8), static_cast<int>(i & 255));
+                    const uint8_t* pixel = made.data() + i * size;
+                    const bool same = pixel[places.red] == grays[mode] &&
+                                      pixel[places.green] == grays[mode] && pixel[places.blue] == grays[mode];
+                    const bool kept = size == 3 || pixel[6 - places.red - places.green - places.blue] == 99;
+                    if (!same || !kept) FAIL() << red << " " << i << " mode " << mode << " size " << size;
+                }
+            }
+        }
+    }
+}
+
+TEST_P(PixelKernelsTest, GrayOfGray) {
+    for (const ColourPlaces& places : {ColourPlaces{4, 3, 2, 1}, ColourPlaces{3, 0, 1, 2}}) {
+        const auto size = static_cast<size_t>(places.pixelSize);
+        std::vector<uint8_t> pixels(256 * size, 5);
+        for (size_t i = 0; i < 256; ++i) {
+            for (const int place : {places.red, places.green, places.blue})
+                pixels[i * size + static_cast<size_t>(place)] = static_cast<uint8_t>(i);
         }
         for (size_t mode = 0; mode < kGrayModes; ++mode) {
             auto made = pixels;
-            ActivePixelKernels()->gray[mode](made.data(), {16, 0, 24}, 65536);
-            for (size_t i = 0; i < 65536; ++i) {
-                const int r = red, g = static_cast<int>(i >> 8), b = static_cast<int>(i & 255);
-                const int expected[] = {(g * 3 + r * 2 + b) / 6, (r * 3 + g * 4 + b) >> 3,
-                                        static_cast<int>(g * 0.7152 + r * 0.2126 + b * 0.0722),
-                                        static_cast<int>(g * 0.587 + r * 0.299 + b * 0.114),
-                                        (b * 29 + g * 151 + r * 77) >> 8};
-                ASSERT_EQ(made[4 * i], expected[mode] & 255) << r << " " << g << " " << b << " " << mode;
-                ASSERT_EQ(made[4 * i + 2], made[4 * i]);
-                ASSERT_EQ(made[4 * i + 3], made[4 * i]);
-                ASSERT_EQ(made[4 * i + 1], 99);
+            const int64_t done = ActivePixelKernels()->gray[mode](made.data(), places, 256);
+            for (size_t i = 0; i < static_cast<size_t>(done); ++i) {
+                const int gray = GraysOf(static_cast<int>(i), static_cast<int>(i), static_cast<int>(i))[mode];
+                for (const int place : {places.red, places.green, places.blue})
+                    ASSERT_EQ(made[i * size + static_cast<size_t>(place)], gray) << i << " mode " << mode;
+            }
+        }
+    }
+}
+
+TEST_P(PixelKernelsTest, GrayTouchesNothingBehindThePixels) {
+    for (const ColourPlaces& places : {ColourPlaces{4, 0, 1, 2}, ColourPlaces{3, 0, 1, 2}}) {
+        for (int64_t count = 0; count < 40; ++count) {
+            for (const auto& kernel : ActivePixelKernels()->gray) {
+                std::vector<uint8_t> pixels(static_cast<size_t>(count * places.pixelSize), 200);
+                pixels.push_back(7);
+                const int64_t done = kernel(pixels.data(), places, count);
+                ASSERT_LE(done, count);
+                for (size_t i = static_cast<size_t>(done * places.pixelSize); i + 1 < pixels.size(); ++i)
+                    ASSERT_EQ(pixels[i], 200);
+                ASSERT_EQ(pixels.back(), 7);
             }
         }
     }
@@ -112,8 +181,12 @@ TEST_P(PixelKernelsTest, FlipsOfEveryLength) {
         }
         auto made = bytes;
         ActivePixelKernels()->flip(made.data(), flips.data(), static_cast<int64_t>(count));
-        for (size_t i = 0; i < count; ++i)
+        auto turned = bytes;
+        ActivePixelKernels()->flip(turned.data(), nullptr, static_cast<int64_t>(count));
+        for (size_t i = 0; i < count; ++i) {
             ASSERT_EQ(made[i], bytes[i] ^ flips[i]);
+            ASSERT_EQ(turned[i], 255 - bytes[i]);
+        }
     }
 }
 
