@@ -28,7 +28,20 @@ MapBytesKernel ActiveKernel() {
                                         RunsMapBytesAvx512() ? MapBytesAvx512 : nullptr);
 }
 
+MapBytesByLimitKernel ActiveLimitKernel() {
+    return KernelsInUse<MapBytesByLimitKernel>(nullptr, MapBytesByLimitAvx2,
+                                               RunsMapBytesAvx512() ? MapBytesByLimitAvx512 : nullptr);
+}
+
 }  // namespace
+
+void MapBytesByLimit(uint8_t* bytes, const uint8_t* limits, int64_t count, const ByteTable& above,
+                     const ByteTable& upTo) {
+    const MapBytesByLimitKernel kernel = ActiveLimitKernel();
+    int64_t i = kernel == nullptr ? 0 : kernel(bytes, limits, count, above, upTo);
+    for (; i < count; ++i)
+        bytes[i] = bytes[i] > limits[i] ? above[bytes[i]] : upTo[bytes[i]];
+}
 
 void MapBytes(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables) {
     // One table for all channels is one channel with more samples.

@@ -25,6 +25,19 @@ int64_t MapBytesAvx2(uint8_t* bytes, int64_t samples, std::span<const ByteTable>
 int64_t MapBytesAvx512(uint8_t* bytes, int64_t samples, std::span<const ByteTable> tables);
 [[nodiscard]] bool RunsMapBytesAvx512();
 
+/// The same of bytes that go through one table above a limit and through another up to it.
+using MapBytesByLimitKernel = int64_t (*)(uint8_t* bytes, const uint8_t* limits, int64_t count,
+                                          const ByteTable& above, const ByteTable& upTo);
+
+int64_t MapBytesByLimitAvx2(uint8_t* bytes, const uint8_t* limits, int64_t count, const ByteTable& above,
+                            const ByteTable& upTo);
+int64_t MapBytesByLimitAvx512(uint8_t* bytes, const uint8_t* limits, int64_t count, const ByteTable& above,
+                              const ByteTable& upTo);
+
+/// Replaces each of `count` bytes: by table `above` where it is above the limit of its place, else by `upTo`.
+void MapBytesByLimit(uint8_t* bytes, const uint8_t* limits, int64_t count, const ByteTable& above,
+                     const ByteTable& upTo);
+
 /// Replaces the samples of `pixels` pixels of tables.size() bytes each, channel by channel through its table.
 void MapBytes(uint8_t* bytes, int64_t pixels, std::span<const ByteTable> tables);
 

@@ -1,27 +1,15 @@
 // Tables by byte shuffles: each shuffle looks at 16 of the 256 entries.
 
-#include <immintrin.h>
-
 #include "filters/byte_tables.h"
+#include "spans/vectors_avx2.h"
 
 namespace trv {
 
 namespace {
 
+using namespace avx2;
+
 constexpr int kHalf = 8;
-constexpr int64_t kLanes = 32;
-
-inline __m256i LoadBytes(const uint8_t* p) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-}
-
-inline void StoreBytes(uint8_t* p, __m256i v) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
-}
-
-inline __m256i Both(const uint8_t* entries) {
-    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(entries)));
-}
 
 /// A table in parts of 16 entries. Within each half of the table a part is stored as its difference from the
 /// one before.
@@ -32,11 +20,11 @@ struct Parts {
     explicit Parts(const ByteTable& table) {
         const uint8_t* entries = table.data();
         for (int i = 0; i < kHalf; ++i) {
-            low[i] = Both(entries + 16 * i);
-            high[i] = Both(entries + 128 + 16 * i);
+            low[i] = LoadTwice(entries + 16 * i);
+            high[i] = LoadTwice(entries + 128 + 16 * i);
             if (i == 0) continue;
-            low[i] = _mm256_xor_si256(low[i], Both(entries + 16 * (i - 1)));
-            high[i] = _mm256_xor_si256(high[i], Both(entries + 128 + 16 * (i - 1)));
+            low[i] = _mm256_xor_si256(low[i], LoadTwice(entries + 16 * (i - 1)));
+            high[i] = _mm256_xor_si256(high[i], LoadTwice(entries + 128 + 16 * (i - 1)));
         }
     }
 
@@ -63,8 +51,8 @@ struct Parts {
 int64_t MapOne(uint8_t* bytes, int64_t samples, const ByteTable& table) {
     const Parts parts(table);
     int64_t done = 0;
-    for (; done + kLanes <= samples; done += kLanes)
-        StoreBytes(bytes + done, parts.Look(LoadBytes(bytes + done)));
+    for (; done + kBytes <= samples; done += kBytes)
+        Store(bytes + done, parts.Look(Load(bytes + done)));
     return done;
 }
 
@@ -82,12 +70,12 @@ int64_t MapFour(uint8_t* bytes, int64_t samples, const ByteTable* tables) {
     const Parts third(tables[2]);
     const Parts fourth(tables[3]);
     int64_t done = 0;
-    for (; done + 4 * kLanes <= samples; done += 4 * kLanes) {
+    for (; done + 4 * kBytes <= samples; done += 4 * kBytes) {
         uint8_t* place = bytes + done;
-        const __m256i p0 = Turn(LoadBytes(place));
-        const __m256i p1 = Turn(LoadBytes(place + kLanes));
-        const __m256i p2 = Turn(LoadBytes(place + 2 * kLanes));
-        const __m256i p3 = Turn(LoadBytes(place + 3 * kLanes));
+        const __m256i p0 = Turn(Load(place));
+        const __m256i p1 = Turn(Load(place + kBytes));
+        const __m256i p2 = Turn(Load(place + 2 * kBytes));
+        const __m256i p3 = Turn(Load(place + 3 * kBytes));
         // Four equal channels of each half next to one another, then two and two of different vectors.
         const __m256i low01 = _mm256_unpacklo_epi32(p0, p1);
         const __m256i low23 = _mm256_unpacklo_epi32(p2, p3);
@@ -101,16 +89,29 @@ int64_t MapFour(uint8_t* bytes, int64_t samples, const ByteTable* tables) {
         const auto together = [](uint8_t* to, __m256i ab, __m256i cd) {
             const __m256i even = _mm256_unpacklo_epi32(ab, cd);
             const __m256i odd = _mm256_unpackhi_epi32(ab, cd);
-            StoreBytes(to, Turn(_mm256_unpacklo_epi32(even, odd)));
-            StoreBytes(to + kLanes, Turn(_mm256_unpackhi_epi32(even, odd)));
+            Store(to, Turn(_mm256_unpacklo_epi32(even, odd)));
+            Store(to + kBytes, Turn(_mm256_unpackhi_epi32(even, odd)));
         };
         together(place, _mm256_unpacklo_epi64(a, b), _mm256_unpacklo_epi64(c, d));
-        together(place + 2 * kLanes, _mm256_unpackhi_epi64(a, b), _mm256_unpackhi_epi64(c, d));
+        together(place + 2 * kBytes, _mm256_unpackhi_epi64(a, b), _mm256_unpackhi_epi64(c, d));
     }
     return done;
 }
 
 }  // namespace
+
+int64_t MapBytesByLimitAvx2(uint8_t* bytes, const uint8_t* limits, int64_t count, const ByteTable& above,
+                            const ByteTable& upTo) {
+    const Parts first(above);
+    const Parts second(upTo);
+    int64_t done = 0;
+    for (; done + kBytes <= count; done += kBytes) {
+        const Vector old = Load(bytes + done);
+        const Vector isUpTo = IsAtMost(old, Load(limits + done));
+        Store(bytes + done, _mm256_blendv_epi8(first.Look(old), second.Look(old), isUpTo));
+    }
+    return done;
+}
 
 int64_t MapBytesAvx2(uint8_t* bytes, int64_t samples, std::span<const ByteTable> tables) {
     if (tables.size() == 1) return MapOne(bytes, samples, tables.front());

@@ -30,25 +30,24 @@ TRV_VBMI inline __m512i Look(const TableVectors& table, __m512i samples) {
     return _mm512_mask_blend_epi8(_mm512_movepi8_mask(samples), low, high);
 }
 
-/// Which bytes of vector `phase` belong to a channel.
-inline __mmask64 ChannelMask(int64_t phase, int64_t channel, int64_t channels) {
-    uint64_t mask = 0;
-    for (int64_t i = 0; i < kVectorBytes; ++i) {
-        if ((phase * kVectorBytes + i) % channels == channel) mask |= uint64_t{1} << i;
+/// By the number of a vector and by channel, which of its bytes belong to the channel.
+template <int kChannels>
+struct ChannelMasks {
+    uint64_t of[kChannels][kChannels]{};
+
+    constexpr ChannelMasks() {
+        for (int i = 0; i < kChannels * kVectorBytes; ++i)
+            of[i / kVectorBytes][i % kChannels] |= uint64_t{1} << i % kVectorBytes;
     }
-    return mask;
-}
+};
 
 /// kChannels vectors at a time, after which the channels fall into the same bytes again.
 template <int kChannels>
 TRV_VBMI int64_t Map(uint8_t* bytes, int64_t samples, const ByteTable* tables) {
     TableVectors loaded[kChannels];
-    __mmask64 masks[kChannels][kChannels];
-    for (int channel = 0; channel < kChannels; ++channel) {
+    static constexpr ChannelMasks<kChannels> kMasks;
+    for (int channel = 0; channel < kChannels; ++channel)
         loaded[channel] = Load(tables[channel]);
-        for (int phase = 0; phase < kChannels; ++phase)
-            masks[phase][channel] = ChannelMask(phase, channel, kChannels);
-    }
     constexpr int64_t kRound = kVectorBytes * kChannels;
     int64_t done = 0;
     for (; done + kRound <= samples; done += kRound) {
@@ -57,7 +56,7 @@ TRV_VBMI int64_t Map(uint8_t* bytes, int64_t samples, const ByteTable* tables) {
             const __m512i old = _mm512_loadu_si512(place);
             __m512i mapped = Look(loaded[0], old);
             for (int channel = 1; channel < kChannels; ++channel)
-                mapped = _mm512_mask_mov_epi8(mapped, masks[phase][channel], Look(loaded[channel], old));
+                mapped = _mm512_mask_mov_epi8(mapped, kMasks.of[phase][channel], Look(loaded[channel], old));
             _mm512_storeu_si512(place, mapped);
         }
     }
@@ -68,6 +67,20 @@ TRV_VBMI int64_t Map(uint8_t* bytes, int64_t samples, const ByteTable* tables) {
 
 bool RunsMapBytesAvx512() {
     return __builtin_cpu_supports("avx512vbmi") != 0;
+}
+
+TRV_VBMI int64_t MapBytesByLimitAvx512(uint8_t* bytes, const uint8_t* limits, int64_t count,
+                                       const ByteTable& above, const ByteTable& upTo) {
+    const TableVectors first = Load(above);
+    const TableVectors second = Load(upTo);
+    int64_t done = 0;
+    for (; done + kVectorBytes <= count; done += kVectorBytes) {
+        const __m512i old = _mm512_loadu_si512(bytes + done);
+        const __mmask64 isAbove = _mm512_cmpgt_epu8_mask(old, _mm512_loadu_si512(limits + done));
+        _mm512_storeu_si512(bytes + done,
+                            _mm512_mask_blend_epi8(isAbove, Look(second, old), Look(first, old)));
+    }
+    return done;
 }
 
 int64_t MapBytesAvx512(uint8_t* bytes, int64_t samples, std::span<const ByteTable> tables) {

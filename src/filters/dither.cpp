@@ -1,13 +1,11 @@
 #include "filters/dither.h"
 
 #include <cstring>
-#include <span>
 
 #include "filters/byte_tables.h"
 #include "filters/dither_matrices.h"
 #include "filters/filter_frame.h"
 #include "filters/packed_row.h"
-#include "filters/sample_kernels.h"
 #include "image/checked_math.h"
 
 namespace trv {
@@ -76,17 +74,9 @@ template <class F>
 void Dither(PictureTRV& source, PictureTRV& dest, const DitherMatrix& matrix, const LevelTables& levels) {
     constexpr int64_t kChannels = kSamplesOf<F>;
     const LimitRows limits(matrix, source.Width, kChannels);
-    PackedRow low(source.Width, kChannels);
-    PackedRow high(source.Width, kChannels);
-    if (!limits || !low || !high) return;
-    const SampleKernels& kernels = ActiveSampleKernels();
+    if (!limits) return;
     ChangePackedRows<F>(source, dest, [&](uint8_t* samples, int64_t x, int64_t y, int64_t count) {
-        const int64_t bytes = count * kChannels;
-        std::memcpy(low.Samples(), samples, static_cast<size_t>(bytes));
-        std::memcpy(high.Samples(), samples, static_cast<size_t>(bytes));
-        MapBytes(low.Samples(), bytes, std::span(&levels.low, 1));
-        MapBytes(high.Samples(), bytes, std::span(&levels.high, 1));
-        kernels.choose(samples, limits.From(x, y), low.Samples(), high.Samples(), bytes);
+        MapBytesByLimit(samples, limits.From(x, y), count * kChannels, levels.low, levels.high);
     });
 }
 

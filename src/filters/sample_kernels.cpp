@@ -24,14 +24,9 @@ void Glow(const uint8_t* row, const uint8_t* right, const uint8_t* below, uint8_
     }
 }
 
-void Choose(uint8_t* bytes, const uint8_t* limits, const uint8_t* low, const uint8_t* high, int64_t count) {
-    for (int64_t i = 0; i < count; ++i)
-        bytes[i] = bytes[i] > limits[i] ? low[i] : high[i];
-}
-
 }  // namespace
 
-constinit const SampleKernels kSampleKernelsPlain = {&Relief, &Glow, &Choose};
+constinit const SampleKernels kSampleKernelsPlain = {&Relief, &Glow};
 
 const SampleKernels& ActiveSampleKernels() {
     const SampleKernels* kernels = KernelsInUse<const SampleKernels*>(nullptr, &kSampleKernelsAvx2);

@@ -14,9 +14,6 @@ struct SampleKernels {
     /// most 255, into `result`: of s, the sum of the squared differences, the truncated square root of 2 s.
     void (*glow)(const uint8_t* row, const uint8_t* right, const uint8_t* below, uint8_t* result,
                  int64_t count);
-    /// low[i] where bytes[i] is above limits[i], else high[i], into bytes.
-    void (*choose)(uint8_t* bytes, const uint8_t* limits, const uint8_t* low, const uint8_t* high,
-                   int64_t count);
 };
 
 /// The kernels of the instruction set in use.

@@ -1,28 +1,19 @@
 // Sample kernels for AVX2. These runs are bound by memory, so wider vectors would gain nothing.
 
-#include <immintrin.h>
-
 #include "filters/sample_kernels.h"
+#include "spans/vectors_avx2.h"
 
 namespace trv {
 
 namespace {
 
-constexpr int64_t kLanes = 32;
-
-inline __m256i Load(const uint8_t* p) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-}
-
-inline void Store(uint8_t* p, __m256i v) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
-}
+using namespace avx2;
 
 void Relief(uint8_t* bytes, const uint8_t* others, int64_t count) {
     // Around 0 the limits are those of signed bytes.
     const __m256i middle = _mm256_set1_epi8(-128);
     int64_t i = 0;
-    for (; i + kLanes <= count; i += kLanes) {
+    for (; i + kBytes <= count; i += kBytes) {
         const __m256i difference = _mm256_subs_epi8(_mm256_xor_si256(Load(bytes + i), middle),
                                                     _mm256_xor_si256(Load(others + i), middle));
         Store(bytes + i, _mm256_xor_si256(difference, middle));
@@ -51,7 +42,7 @@ inline __m256i Distance(__m256i a, __m256i b) {
 
 void Glow(const uint8_t* row, const uint8_t* right, const uint8_t* below, uint8_t* result, int64_t count) {
     int64_t i = 0;
-    for (; i + kLanes <= count; i += kLanes) {
+    for (; i + kBytes <= count; i += kBytes) {
         const __m256i samples = Load(row + i);
         const __m256i across = Distance(samples, Load(right + i));
         const __m256i down = Distance(samples, Load(below + i));
@@ -62,19 +53,8 @@ void Glow(const uint8_t* row, const uint8_t* right, const uint8_t* below, uint8_
     kSampleKernelsPlain.glow(row + i, right + i, below + i, result + i, count - i);
 }
 
-void Choose(uint8_t* bytes, const uint8_t* limits, const uint8_t* low, const uint8_t* high, int64_t count) {
-    int64_t i = 0;
-    for (; i + kLanes <= count; i += kLanes) {
-        const __m256i samples = Load(bytes + i);
-        const __m256i most = Load(limits + i);
-        const __m256i within = _mm256_cmpeq_epi8(_mm256_max_epu8(samples, most), most);
-        Store(bytes + i, _mm256_blendv_epi8(Load(low + i), Load(high + i), within));
-    }
-    kSampleKernelsPlain.choose(bytes + i, limits + i, low + i, high + i, count - i);
-}
-
 }  // namespace
 
-constinit const SampleKernels kSampleKernelsAvx2 = {&Relief, &Glow, &Choose};
+constinit const SampleKernels kSampleKernelsAvx2 = {&Relief, &Glow};
 
 }  // namespace trv

@@ -102,17 +102,20 @@ TEST_P(FilterKernels, GlowOfEveryPairOfDifferences) {
     }
 }
 
-TEST_P(FilterKernels, ChoiceOfEveryPair) {
-    for (const int64_t count : {0, 1, 31, 32, 33, 65536}) {
-        auto bytes = Bytes(count), limits = Bytes(count), low = Bytes(count), high = Bytes(count);
+TEST_P(FilterKernels, TwoTablesByEveryLimit) {
+    ByteTable above, upTo;
+    for (ByteTable* table : {&above, &upTo})
+        std::generate(table->begin(), table->end(), [&] { return static_cast<uint8_t>(random()); });
+    for (const int64_t count : {0, 1, 31, 32, 33, 63, 64, 65, 65536}) {
+        auto bytes = Bytes(count), limits = Bytes(count);
         for (size_t i = 0; count == 65536 && i < bytes.size(); ++i) {
             bytes[i] = static_cast<uint8_t>(i);
             limits[i] = static_cast<uint8_t>(i >> 8);
         }
         const auto samples = bytes;
-        ActiveSampleKernels().choose(bytes.data(), limits.data(), low.data(), high.data(), count);
+        MapBytesByLimit(bytes.data(), limits.data(), count, above, upTo);
         for (size_t i = 0; i < bytes.size(); ++i)
-            ASSERT_EQ(bytes[i], samples[i] > limits[i] ? low[i] : high[i]);
+            ASSERT_EQ(bytes[i], samples[i] > limits[i] ? above[samples[i]] : upTo[samples[i]]);
     }
 }
 
