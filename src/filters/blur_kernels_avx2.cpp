@@ -1,44 +1,19 @@
 // Blur kernels for AVX2.
 
-#include <immintrin.h>
-
 #include "filters/blur_kernels.h"
+#include "spans/vectors_avx2.h"
 
 namespace trv {
 
 namespace {
 
-using Vector = __m256i;
-constexpr int kBytes = 32;
+using namespace avx2;
 
-template <class T>
-inline Vector Load(const T* p) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-}
-template <class T>
-inline void Store(T* p, Vector v) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
-}
-inline Vector Fill(uint16_t word) {
-    return _mm256_set1_epi16(static_cast<int16_t>(word));
-}
-inline Vector Add(Vector a, Vector b) {
-    return _mm256_add_epi16(a, b);
-}
 inline Vector AddSaturated(Vector a, Vector b) {
     return _mm256_adds_epu16(a, b);
 }
-inline Vector Multiply(Vector a, Vector b) {
-    return _mm256_mullo_epi16(a, b);
-}
 inline Vector Quotient(Vector sums, Vector multiplier, __m128i shift) {
     return _mm256_srl_epi16(_mm256_mulhi_epu16(sums, multiplier), shift);
-}
-inline Vector Low(Vector bytes) {
-    return _mm256_unpacklo_epi8(bytes, _mm256_setzero_si256());
-}
-inline Vector High(Vector bytes) {
-    return _mm256_unpackhi_epi8(bytes, _mm256_setzero_si256());
 }
 /// Of each pair of bytes the first less the second.
 inline Vector PairChange(Vector pairs) {
@@ -49,9 +24,6 @@ inline Vector LowChange(Vector a, Vector b) {
 }
 inline Vector HighChange(Vector a, Vector b) {
     return PairChange(_mm256_unpackhi_epi8(a, b));
-}
-inline Vector Bytes(Vector low, Vector high) {
-    return _mm256_packus_epi16(low, high);
 }
 template <int kCount>
 inline Vector ShiftUnit(Vector v) {
@@ -66,9 +38,9 @@ inline Vector LastOfUnit(Vector v) {
 }
 inline Vector AcrossUnits(Vector last, Vector& low, Vector& high) {
     const Vector before = _mm256_permute2x128_si256(last, last, 0x08);  // nothing, first unit
-    low = Add(low, before);
-    high = Add(high, before);
-    return Add(last, _mm256_permute2x128_si256(last, last, 0x01));
+    low = AddWords(low, before);
+    high = AddWords(high, before);
+    return AddWords(last, _mm256_permute2x128_si256(last, last, 0x01));
 }
 
 #include "filters/blur_kernels.inc"

@@ -1,53 +1,25 @@
 // Blur kernels for any x86-64 processor.
 
-#include <emmintrin.h>
-
 #include "filters/blur_kernels.h"
+#include "spans/vectors_baseline.h"
 
 namespace trv {
 
 namespace {
 
-using Vector = __m128i;
-constexpr int kBytes = 16;
+using namespace baseline;
 
-template <class T>
-inline Vector Load(const T* p) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-}
-template <class T>
-inline void Store(T* p, Vector v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
-}
-inline Vector Fill(uint16_t word) {
-    return _mm_set1_epi16(static_cast<int16_t>(word));
-}
-inline Vector Add(Vector a, Vector b) {
-    return _mm_add_epi16(a, b);
-}
 inline Vector AddSaturated(Vector a, Vector b) {
     return _mm_adds_epu16(a, b);
-}
-inline Vector Multiply(Vector a, Vector b) {
-    return _mm_mullo_epi16(a, b);
 }
 inline Vector Quotient(Vector sums, Vector multiplier, __m128i shift) {
     return _mm_srl_epi16(_mm_mulhi_epu16(sums, multiplier), shift);
 }
-inline Vector Low(Vector bytes) {
-    return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
-}
-inline Vector High(Vector bytes) {
-    return _mm_unpackhi_epi8(bytes, _mm_setzero_si128());
-}
 inline Vector LowChange(Vector a, Vector b) {
-    return _mm_sub_epi16(Low(a), Low(b));
+    return _mm_sub_epi16(LowWords(a), LowWords(b));
 }
 inline Vector HighChange(Vector a, Vector b) {
-    return _mm_sub_epi16(High(a), High(b));
-}
-inline Vector Bytes(Vector low, Vector high) {
-    return _mm_packus_epi16(low, high);
+    return _mm_sub_epi16(HighWords(a), HighWords(b));
 }
 template <int kCount>
 inline Vector ShiftUnit(Vector v) {

@@ -1,49 +1,14 @@
 // Matrix kernels for AVX2.
 
-#include <immintrin.h>
-
 #include "filters/matrix_kernels.h"
+#include "spans/vectors_avx2.h"
 
 namespace trv {
 
 namespace {
 
-using Vector = __m256i;
-constexpr int kBytes = 32;
+using namespace avx2;
 
-inline Vector Load(const uint8_t* p) {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-}
-inline void Store(uint8_t* p, Vector v) {
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
-}
-inline Vector FillInteger(int32_t integer) {
-    return _mm256_set1_epi32(integer);
-}
-inline Vector LowPairs(Vector a, Vector b) {
-    return _mm256_unpacklo_epi8(a, b);
-}
-inline Vector HighPairs(Vector a, Vector b) {
-    return _mm256_unpackhi_epi8(a, b);
-}
-inline Vector LowWords(Vector bytes) {
-    return _mm256_unpacklo_epi8(bytes, _mm256_setzero_si256());
-}
-inline Vector HighWords(Vector bytes) {
-    return _mm256_unpackhi_epi8(bytes, _mm256_setzero_si256());
-}
-inline Vector ScaledPairs(Vector words, Vector weights) {
-    return _mm256_madd_epi16(words, weights);
-}
-inline Vector AddIntegers(Vector a, Vector b) {
-    return _mm256_add_epi32(a, b);
-}
-inline Vector PackIntegers(Vector low, Vector high) {
-    return _mm256_packs_epi32(low, high);
-}
-inline Vector PackWords(Vector low, Vector high) {
-    return _mm256_packus_epi16(low, high);
-}
 inline Vector Scaled(Vector integers, double factor) {
     const __m256d by = _mm256_set1_pd(factor);
     const auto four = [&](__m128i v) {

@@ -1,42 +1,16 @@
 // The unsharp kernel for any x86-64 processor.
 
-#include <emmintrin.h>
-
 #include "filters/unsharp_kernels.h"
+#include "spans/vectors_baseline.h"
 
 namespace trv {
 
 namespace {
 
-using Vector = __m128i;
-constexpr int kBytes = 16;
+using namespace baseline;
 
-inline Vector Load(const uint8_t* p) {
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-}
-inline void Store(uint8_t* p, Vector v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v);
-}
-inline Vector Fill(int16_t word) {
-    return _mm_set1_epi16(word);
-}
-inline Vector LowWords(Vector bytes) {
-    return _mm_unpacklo_epi8(bytes, _mm_setzero_si128());
-}
-inline Vector HighWords(Vector bytes) {
-    return _mm_unpackhi_epi8(bytes, _mm_setzero_si128());
-}
-inline Vector PackWords(Vector low, Vector high) {
-    return _mm_packus_epi16(low, high);
-}
-inline Vector Add(Vector a, Vector b) {
+inline Vector AddSaturated(Vector a, Vector b) {
     return _mm_adds_epi16(a, b);
-}
-inline Vector Subtract(Vector a, Vector b) {
-    return _mm_sub_epi16(a, b);
-}
-inline Vector Multiply(Vector a, Vector b) {
-    return _mm_mullo_epi16(a, b);
 }
 inline Vector MultiplyHigh(Vector a, Vector b) {
     return _mm_mulhi_epi16(a, b);

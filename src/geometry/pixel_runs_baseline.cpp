@@ -1,25 +1,15 @@
 // The vectorised runs, for any x86-64 processor: moving bytes is bound by memory, and wider vectors do not
 // make that faster.
 
-#include <emmintrin.h>
-
 #include "frame/instruction_set.h"
 #include "geometry/pixel_runs.h"
+#include "spans/vectors_baseline.h"
 
 namespace trv {
 
 namespace {
 
-using Vector = __m128i;
-constexpr int64_t kVectorBytes = 16;
-
-Vector Load(const uint8_t* bytes) {
-    return _mm_loadu_si128(reinterpret_cast<const Vector*>(bytes));
-}
-
-void Store(uint8_t* bytes, Vector vector) {
-    _mm_storeu_si128(reinterpret_cast<Vector*>(bytes), vector);
-}
+using namespace baseline;
 
 /// `vector` where `keep` has zeros, what is there elsewhere.
 void StoreKeeping(uint8_t* bytes, Vector vector, Vector keep) {
@@ -54,8 +44,8 @@ Vector InterleaveHigh(Vector a, Vector b) {
 /// Rows become columns. Each round is a perfect shuffle of all elements, which as often as a row's length can
 /// be halved is a transposition.
 template <int kSize>
-void Transpose(Vector (&v)[kVectorBytes / kSize]) {
-    constexpr int kRows = kVectorBytes / kSize;
+void Transpose(Vector (&v)[kBytes / kSize]) {
+    constexpr int kRows = kBytes / kSize;
 #pragma GCC unroll 4
     for (int round = 1; round < kRows; round *= 2) {
         Vector next[kRows];
@@ -72,23 +62,23 @@ void Transpose(Vector (&v)[kVectorBytes / kSize]) {
 
 /// Stores a line of kLineBytes for each of the columns in `lines`.
 template <int kSize, class StoreVector>
-void StoreLines(const Vector (&lines)[kLineBytes / kVectorBytes][kVectorBytes / kSize], uint8_t* const* to,
+void StoreLines(const Vector (&lines)[kLineBytes / kBytes][kBytes / kSize], uint8_t* const* to,
                 int64_t toOffset, StoreVector&& store) {
-    for (int column = 0; column < kVectorBytes / kSize; ++column) {
+    for (int column = 0; column < kBytes / kSize; ++column) {
         uint8_t* target = to[column] + toOffset;
-        for (int part = 0; part < kLineBytes / kVectorBytes; ++part)
-            store(target + part * kVectorBytes, lines[part][column]);
+        for (int part = 0; part < kLineBytes / kBytes; ++part)
+            store(target + part * kBytes, lines[part][column]);
     }
 }
 
 template <int kSize, class StoreVector>
 int64_t TurnLines(const uint8_t* const* from, int64_t columns, uint8_t* const* to, int64_t toOffset,
                   StoreVector&& store) {
-    constexpr int kStep = kVectorBytes / kSize;
+    constexpr int kStep = kBytes / kSize;
     int64_t x = 0;
     for (; x + kStep <= columns; x += kStep) {
-        Vector lines[kLineBytes / kVectorBytes][kStep];
-        for (int part = 0; part < kLineBytes / kVectorBytes; ++part) {
+        Vector lines[kLineBytes / kBytes][kStep];
+        for (int part = 0; part < kLineBytes / kBytes; ++part) {
 #pragma GCC unroll 16
             for (int k = 0; k < kStep; ++k)
                 lines[part][k] = Load(from[part * kStep + k] + x * kSize);
@@ -102,7 +92,7 @@ int64_t TurnLines(const uint8_t* const* from, int64_t columns, uint8_t* const* t
 /// A line from both ends at a time: loads that wait for stores at addresses that look alike wait less often.
 template <int kSize, class StoreVector>
 int64_t SwapVectors(uint8_t* a, uint8_t* b, int64_t count, StoreVector&& store) {
-    constexpr int kTogether = kLineBytes / kVectorBytes;
+    constexpr int kTogether = kLineBytes / kBytes;
     constexpr int64_t kStep = kLineBytes / kSize;
     int64_t i = 0;
     for (; i + kStep <= count; i += kStep) {
@@ -112,13 +102,13 @@ int64_t SwapVectors(uint8_t* a, uint8_t* b, int64_t count, StoreVector&& store) 
         Vector second[kTogether];
 #pragma GCC unroll 4
         for (int k = 0; k < kTogether; ++k) {
-            first[k] = Reversed<kSize>(Load(left + k * kVectorBytes));
-            second[k] = Reversed<kSize>(Load(right + k * kVectorBytes));
+            first[k] = Reversed<kSize>(Load(left + k * kBytes));
+            second[k] = Reversed<kSize>(Load(right + k * kBytes));
         }
 #pragma GCC unroll 4
         for (int k = 0; k < kTogether; ++k) {
-            store(left + k * kVectorBytes, second[kTogether - 1 - k]);
-            store(right + k * kVectorBytes, first[kTogether - 1 - k]);
+            store(left + k * kBytes, second[kTogether - 1 - k]);
+            store(right + k * kBytes, first[kTogether - 1 - k]);
         }
     }
     return i;
@@ -126,7 +116,7 @@ int64_t SwapVectors(uint8_t* a, uint8_t* b, int64_t count, StoreVector&& store) 
 
 template <int kSize, class StoreVector>
 int64_t CopyVectors(const uint8_t* from, uint8_t* to, int64_t count, StoreVector&& store) {
-    constexpr int64_t kStep = kVectorBytes / kSize;
+    constexpr int64_t kStep = kBytes / kSize;
     int64_t i = 0;
     for (; i + kStep <= count; i += kStep)
         store(to + i * kSize, Reversed<kSize>(Load(from + (count - i - kStep) * kSize)));
@@ -173,7 +163,7 @@ template struct RunKernels<4>;
 
 void SwapBytes(uint8_t* a, uint8_t* b, int64_t count) {
     int64_t i = 0;
-    for (; i + kVectorBytes <= count; i += kVectorBytes) {
+    for (; i + kBytes <= count; i += kBytes) {
         const Vector first = Load(a + i);
         const Vector second = Load(b + i);
         Store(a + i, second);

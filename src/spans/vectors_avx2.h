@@ -21,12 +21,55 @@ inline void StoreHalf(uint8_t* p, Half v) {
     _mm_storeu_si128(reinterpret_cast<Half*>(p), v);
 }
 
-inline Vector Load(const uint8_t* p) {
-    return _mm256_loadu_si256(reinterpret_cast<const Vector*>(p));
+inline Vector Load(const void* p) {
+    return _mm256_loadu_si256(static_cast<const Vector*>(p));
 }
 
-inline void Store(uint8_t* p, Vector v) {
-    _mm256_storeu_si256(reinterpret_cast<Vector*>(p), v);
+inline void Store(void* p, Vector v) {
+    _mm256_storeu_si256(static_cast<Vector*>(p), v);
+}
+
+inline Vector FillWord(int16_t word) {
+    return _mm256_set1_epi16(word);
+}
+
+inline Vector FillInteger(int32_t integer) {
+    return _mm256_set1_epi32(integer);
+}
+
+inline Vector AddBytes(Vector a, Vector b) {
+    return _mm256_add_epi8(a, b);
+}
+
+inline Vector SubtractBytes(Vector a, Vector b) {
+    return _mm256_sub_epi8(a, b);
+}
+
+inline Vector AddWords(Vector a, Vector b) {
+    return _mm256_add_epi16(a, b);
+}
+
+inline Vector SubtractWords(Vector a, Vector b) {
+    return _mm256_sub_epi16(a, b);
+}
+
+/// The lower halves of the products.
+inline Vector MultiplyWords(Vector a, Vector b) {
+    return _mm256_mullo_epi16(a, b);
+}
+
+/// The upper halves of the products, of words without sign.
+inline Vector MultiplyHighWords(Vector a, Vector b) {
+    return _mm256_mulhi_epu16(a, b);
+}
+
+inline Vector AddIntegers(Vector a, Vector b) {
+    return _mm256_add_epi32(a, b);
+}
+
+/// Words times words, with sign, added up to integers by pairs.
+inline Vector AddedProducts(Vector a, Vector b) {
+    return _mm256_madd_epi16(a, b);
 }
 
 /// 16 bytes from each of two places.
@@ -54,12 +97,26 @@ inline Vector LoadFour(const uint8_t* p) {
 
 // Bytes become words and go back within each half of a vector, so that their order comes out right.
 
+/// The bytes of two vectors alternating.
+inline Vector LowPairs(Vector a, Vector b) {
+    return _mm256_unpacklo_epi8(a, b);
+}
+
+inline Vector HighPairs(Vector a, Vector b) {
+    return _mm256_unpackhi_epi8(a, b);
+}
+
 inline Vector LowWords(Vector bytes) {
     return _mm256_unpacklo_epi8(bytes, _mm256_setzero_si256());
 }
 
 inline Vector HighWords(Vector bytes) {
     return _mm256_unpackhi_epi8(bytes, _mm256_setzero_si256());
+}
+
+/// The opposites, with saturation: integers to words, words to bytes.
+inline Vector PackIntegers(Vector low, Vector high) {
+    return _mm256_packs_epi32(low, high);
 }
 
 inline Vector PackWords(Vector low, Vector high) {
