@@ -26,7 +26,7 @@ void SkipRows(PictureReader& reader, int64_t rows) {
 /// that AlphaOffset names, which lies in the pixel and is overwritten by a colour or is padding. On a view
 /// that starts at a column it names a pixel left of the view, and is not used.
 struct AlphaPlaces {
-    ColourPlaces places;
+    ImagePlaces places;
     bool isInPixel;
 };
 AlphaPlaces PlacesOf(const PictureTRV& image) {
@@ -70,7 +70,7 @@ void ImportColours(PictureTRV& image, HostObject pic, HostObject mask, Rectangle
     if (!IsPixelKind(reader.PixelKind) && (!maskReader || reader.PixelKind == maskReader->PixelKind)) return;
 
     const AlphaPlaces alphaPlaces = PlacesOf(image);
-    const ColourPlaces& places = alphaPlaces.places;
+    const ImagePlaces& places = alphaPlaces.places;
     if (use == MaskUse::ToAlpha && !alphaPlaces.isInPixel) use = MaskUse::None;
     const WordSource pixels = SourceOfKind(reader.PixelKind);
     const WordSource cover = maskReader ? SourceOfKind(maskReader->PixelKind) : WhiteSource();

@@ -17,7 +17,7 @@ namespace trv {
 
 /// Where an image keeps its colours and alpha: byte offsets from the address of a pixel, and the bytes from
 /// one pixel to the next.
-struct ColourPlaces {
+struct ImagePlaces {
     int64_t step;
     int64_t red;
     int64_t green;
@@ -58,17 +58,17 @@ struct WordSource {
 class ImportRow {
   public:
     /// `invertMask` turns each value m of the mask into 255 - m.
-    ImportRow(MaskUse use, WordSource picture, WordSource mask, bool invertMask, const ColourPlaces& places);
+    ImportRow(MaskUse use, WordSource picture, WordSource mask, bool invertMask, const ImagePlaces& places);
     void operator()(const ImportSpan& span) const;
 
   private:
-    using Operate = void (*)(uint8_t* image, const ColourPlaces& places, const uint8_t* picture,
+    using Operate = void (*)(uint8_t* image, const ImagePlaces& places, const uint8_t* picture,
                              const uint8_t* mask, uint32_t invert, int64_t count);
 
     WordSource picture_;
     WordSource mask_;
     uint32_t invert_;
-    ColourPlaces places_;
+    ImagePlaces places_;
     Operate operate_;
 };
 

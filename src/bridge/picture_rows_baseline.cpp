@@ -43,9 +43,9 @@ const uint8_t* WhiteWords(const uint8_t* /*pixels*/, int64_t count, uint32_t* bl
 template <int64_t kStep>
 class ByteCell {
   public:
-    static ColourPlaces PlacesOf(const ColourPlaces& offsets) { return offsets; }
-    static int64_t Origin(const ColourPlaces& /*offsets*/) { return 0; }
-    static int64_t Step(const ColourPlaces& offsets) { return kStep != 0 ? kStep : offsets.step; }
+    static ImagePlaces PlacesOf(const ImagePlaces& offsets) { return offsets; }
+    static int64_t Origin(const ImagePlaces& /*offsets*/) { return 0; }
+    static int64_t Step(const ImagePlaces& offsets) { return kStep != 0 ? kStep : offsets.step; }
 
     explicit ByteCell(uint8_t* pixel) : pixel_(pixel) {}
     [[nodiscard]] uint32_t Get(int64_t place) const { return pixel_[place]; }
@@ -60,21 +60,21 @@ class ByteCell {
 /// vector code.
 class WordCell {
   public:
-    static bool Fits(const ColourPlaces& offsets, bool withAlpha) {
+    static bool Fits(const ImagePlaces& offsets, bool withAlpha) {
         const auto inSamePixel = [&](int64_t offset) {
             return offset / kWordSize == offsets.red / kWordSize;
         };
         return offsets.step == kWordSize && inSamePixel(offsets.green) && inSamePixel(offsets.blue) &&
                (!withAlpha || inSamePixel(offsets.alpha));
     }
-    static ColourPlaces PlacesOf(const ColourPlaces& offsets) {
+    static ImagePlaces PlacesOf(const ImagePlaces& offsets) {
         const auto shift = [](int64_t offset) { return offset % kWordSize * 8; };
         return {kWordSize, shift(offsets.red), shift(offsets.green), shift(offsets.blue),
                 shift(offsets.alpha)};
     }
     /// Where the pixel starts that the offsets lead to: further on, on a view that starts at a column.
-    static int64_t Origin(const ColourPlaces& offsets) { return offsets.red / kWordSize * kWordSize; }
-    static int64_t Step(const ColourPlaces& /*offsets*/) { return kWordSize; }
+    static int64_t Origin(const ImagePlaces& offsets) { return offsets.red / kWordSize * kWordSize; }
+    static int64_t Step(const ImagePlaces& /*offsets*/) { return kWordSize; }
 
     explicit WordCell(const uint8_t* pixel) : word_(LoadWord(pixel)) {}
     [[nodiscard]] uint32_t Get(int64_t place) const { return word_ >> place & kFull; }
@@ -86,9 +86,9 @@ class WordCell {
 };
 
 template <MaskUse kUse, class Cell>
-void ImportPixels(uint8_t* image, const ColourPlaces& offsets, const uint8_t* picture, const uint8_t* mask,
+void ImportPixels(uint8_t* image, const ImagePlaces& offsets, const uint8_t* picture, const uint8_t* mask,
                   uint32_t invert, int64_t count) {
-    const ColourPlaces at = Cell::PlacesOf(offsets);
+    const ImagePlaces at = Cell::PlacesOf(offsets);
     const int64_t colours[] = {at.red, at.green, at.blue};
     const int64_t step = Cell::Step(offsets);
     image += Cell::Origin(offsets);
@@ -110,7 +110,7 @@ void ImportPixels(uint8_t* image, const ColourPlaces& offsets, const uint8_t* pi
 }
 
 template <MaskUse kUse>
-auto ForPlaces(const ColourPlaces& offsets) {
+auto ForPlaces(const ImagePlaces& offsets) {
     if (WordCell::Fits(offsets, kUse == MaskUse::ToAlpha)) return ImportPixels<kUse, WordCell>;
     return offsets.step == 3 ? ImportPixels<kUse, ByteCell<3>> : ImportPixels<kUse, ByteCell<0>>;
 }
@@ -191,7 +191,7 @@ WordSource WhiteSource() {
 }
 
 ImportRow::ImportRow(MaskUse use, WordSource picture, WordSource mask, bool invertMask,
-                     const ColourPlaces& places)
+                     const ImagePlaces& places)
     : picture_(picture), mask_(mask), invert_(invertMask ? kWhite : 0), places_(places) {
     operate_ = use == MaskUse::ToAlpha ? ForPlaces<MaskUse::ToAlpha>(places)
                : use == MaskUse::Blend ? ForPlaces<MaskUse::Blend>(places)

@@ -5,7 +5,7 @@
 
 #include "filters/filter_frame.h"
 #include "filters/packed_row.h"
-#include "filters/sample_kernels.h"
+#include "filters/style_kernels.h"
 
 namespace trv {
 
@@ -46,7 +46,7 @@ void Engrave(PictureTRV& source, PictureTRV& dest, int64_t level) {
     if (!row || !other) return;
     RowSource<F> from(source);
     RowTarget<F> to(dest);
-    const SampleKernels& kernels = ActiveSampleKernels();
+    const StyleKernels& kernels = ActiveStyleKernels();
     for (int64_t y = 0; y < common.height; ++y) {
         const int64_t otherY = std::clamp<int64_t>(y + shift, 0, source.Height - 1);
         for (int64_t x = 0; x < common.width; x += step) {

@@ -4,7 +4,7 @@
 
 #include "filters/filter_frame.h"
 #include "filters/packed_row.h"
-#include "filters/sample_kernels.h"
+#include "filters/style_kernels.h"
 #include "image/block_bytes.h"
 
 namespace trv {
@@ -59,7 +59,7 @@ void Neon(PictureTRV& source, PictureTRV& dest) {
     const Rectangle common = CommonRectangle(dest, source);
     WideRows<F> from(source);
     RowTarget<F> to(dest);
-    const SampleKernels& kernels = ActiveSampleKernels();
+    const StyleKernels& kernels = ActiveStyleKernels();
     from.Read(0, row.Samples());
     for (int64_t y = 0; y < source.Height; ++y) {
         TRV_LOG("y", y);

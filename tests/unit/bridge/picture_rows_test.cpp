@@ -27,7 +27,7 @@ int64_t SizeOf(uint32_t kind) {
 }
 
 /// Where a row's image pixels stand, and where their channels do.
-const ColourPlaces kPlaces[] = {{3, 0, 1, 2, 0},    {3, 2, 1, 0, 0},    {4, 0, 1, 2, 3},   {4, 2, 1, 0, 3},
+const ImagePlaces kPlaces[] = {{3, 0, 1, 2, 0},    {3, 2, 1, 0, 0},    {4, 0, 1, 2, 3},   {4, 2, 1, 0, 3},
                                {4, 1, 2, 3, 0},    {4, 3, 2, 1, 0},    {4, 2, 1, 0, 0},   {4, 42, 41, 40, 43},
                                {4, 42, 41, 40, 3}, {5, 4, 0, 2, 1},    {4, 41, 40, 2, 3}, {3, 32, 31, 30, 30},
                                {4, 1, 1, 1, 1},    {4, 40, 41, 42, 44}};
@@ -39,7 +39,7 @@ TEST(ImportRow, GivesWhatAPixelByPixelCopyGives) {
                  {uint32_t{PixelKindD2D}, uint32_t{PixelKindBitmap24}, uint32_t{PixelKindNone}, 1U}) {
                 const Bytes picture = RandomBytes(static_cast<size_t>(count * 4 + 1), kind);
                 const Bytes mask = RandomBytes(static_cast<size_t>(count * 4 + 1), maskKind + 50);
-                for (const ColourPlaces& at : kPlaces) {
+                for (const ImagePlaces& at : kPlaces) {
                     for (const MaskUse use : {MaskUse::None, MaskUse::ToAlpha, MaskUse::Blend}) {
                         for (const bool invert : {false, true}) {
                             const Bytes before = RandomBytes(static_cast<size_t>(count * at.step + 50), 3);

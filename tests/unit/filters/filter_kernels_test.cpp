@@ -9,7 +9,7 @@
 
 #include "filters/byte_tables.h"
 #include "filters/oil_kernels.h"
-#include "filters/sample_kernels.h"
+#include "filters/style_kernels.h"
 #include "frame/instruction_set.h"
 
 namespace trv {
@@ -70,14 +70,14 @@ TEST_P(FilterKernels, ReliefOfEveryPair) {
         b.push_back(static_cast<uint8_t>(i >> 8));
     }
     auto made = a;
-    ActiveSampleKernels().relief(made.data(), b.data(), 65536);
+    ActiveStyleKernels().relief(made.data(), b.data(), 65536);
     for (size_t i = 0; i < made.size(); ++i)
         ASSERT_EQ(made[i], std::clamp(a[i] - b[i] + 128, 0, 255));
     for (int64_t count = 0; count < 70; ++count) {
         auto some = Bytes(count), other = Bytes(count), expected = some;
         for (size_t i = 0; i < expected.size(); ++i)
             expected[i] = static_cast<uint8_t>(std::clamp(some[i] - other[i] + 128, 0, 255));
-        ActiveSampleKernels().relief(some.data(), other.data(), count);
+        ActiveStyleKernels().relief(some.data(), other.data(), count);
         ASSERT_EQ(some, expected) << count;
     }
 }
@@ -93,7 +93,7 @@ TEST_P(FilterKernels, GlowOfEveryPairOfDifferences) {
             right[i] = static_cast<uint8_t>(up ? row[i] - across : across);
             below[i] = static_cast<uint8_t>(up ? row[i] - down : down);
         }
-        ActiveSampleKernels().glow(row.data(), right.data(), below.data(), made.data(), 256);
+        ActiveStyleKernels().glow(row.data(), right.data(), below.data(), made.data(), 256);
         for (int down = 0; down < 256; ++down) {
             const double d = static_cast<double>(static_cast<float>(across * across + down * down));
             const int expected = std::min(static_cast<int>(static_cast<float>(std::sqrt(d + d))), 255);

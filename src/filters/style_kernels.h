@@ -7,7 +7,7 @@
 namespace trv {
 
 /// Kernels do `count` bytes, all of them.
-struct SampleKernels {
+struct StyleKernels {
     /// bytes[i] - others[i] + 128, kept within 0..255, into bytes.
     void (*relief)(uint8_t* bytes, const uint8_t* others, int64_t count);
     /// The length of the gradient of `rows` towards `right` and `below`, times the square root of 2 and at
@@ -17,9 +17,9 @@ struct SampleKernels {
 };
 
 /// The kernels of the instruction set in use.
-[[nodiscard]] const SampleKernels& ActiveSampleKernels();
+[[nodiscard]] const StyleKernels& ActiveStyleKernels();
 
-extern const SampleKernels kSampleKernelsPlain;
-extern const SampleKernels kSampleKernelsAvx2;
+extern const StyleKernels kStyleKernelsPlain;
+extern const StyleKernels kStyleKernelsAvx2;
 
 }  // namespace trv

@@ -1,4 +1,4 @@
-#include "filters/sample_kernels.h"
+#include "filters/style_kernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,11 +26,11 @@ void Glow(const uint8_t* row, const uint8_t* right, const uint8_t* below, uint8_
 
 }  // namespace
 
-constinit const SampleKernels kSampleKernelsPlain = {&Relief, &Glow};
+constinit const StyleKernels kStyleKernelsPlain = {&Relief, &Glow};
 
-const SampleKernels& ActiveSampleKernels() {
-    const SampleKernels* kernels = KernelsInUse<const SampleKernels*>(nullptr, &kSampleKernelsAvx2);
-    return kernels == nullptr ? kSampleKernelsPlain : *kernels;
+const StyleKernels& ActiveStyleKernels() {
+    const StyleKernels* kernels = KernelsInUse<const StyleKernels*>(nullptr, &kStyleKernelsAvx2);
+    return kernels == nullptr ? kStyleKernelsPlain : *kernels;
 }
 
 }  // namespace trv

@@ -1,6 +1,6 @@
 // Sample kernels for AVX2. These runs are bound by memory, so wider vectors would gain nothing.
 
-#include "filters/sample_kernels.h"
+#include "filters/style_kernels.h"
 #include "spans/vectors_avx2.h"
 
 namespace trv {
@@ -18,7 +18,7 @@ void Relief(uint8_t* bytes, const uint8_t* others, int64_t count) {
                                                     _mm256_xor_si256(Load(others + i), middle));
         Store(bytes + i, _mm256_xor_si256(difference, middle));
     }
-    kSampleKernelsPlain.relief(bytes + i, others + i, count - i);
+    kStyleKernelsPlain.relief(bytes + i, others + i, count - i);
 }
 
 /// The roots of 8 doubled sums, truncated. A sum has 18 bits, so that a float holds it, and a root rounded
@@ -50,11 +50,11 @@ void Glow(const uint8_t* row, const uint8_t* right, const uint8_t* below, uint8_
         Store(result + i, _mm256_packus_epi16(RootsOfPairs(_mm256_unpacklo_epi8(across, down)),
                                               RootsOfPairs(_mm256_unpackhi_epi8(across, down))));
     }
-    kSampleKernelsPlain.glow(row + i, right + i, below + i, result + i, count - i);
+    kStyleKernelsPlain.glow(row + i, right + i, below + i, result + i, count - i);
 }
 
 }  // namespace
 
-constinit const SampleKernels kSampleKernelsAvx2 = {&Relief, &Glow};
+constinit const StyleKernels kStyleKernelsAvx2 = {&Relief, &Glow};
 
 }  // namespace trv
