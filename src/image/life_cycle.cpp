@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "frame/debug_log.h"
 #include "frame/failures.h"
@@ -52,6 +53,26 @@ int64_t OverhangOfLastRow(const PictureTRV& record) {
         last = std::max(last, offset);
     const int64_t end = SaturatedAdd(SaturatedMultiply(record.Width, record.PixelSize), last);
     return std::max<int64_t>(0, SaturatedSubtract(end, record.RowSize));
+}
+
+/// Lets go of the image that a view was made of. If that one ends with it, so may the one before it, and so
+/// on: each waits for the end of the last, as a long chain would need a long stack otherwise.
+void ReleaseParent(PictureTRV& record) {
+    static bool releasing = false;
+    static HostObject waiting = nullptr;
+    HostObject parent = std::exchange(record.Parent, nullptr);
+    if (parent == nullptr) return;
+    if (releasing && waiting == nullptr) {
+        waiting = parent;
+        return;
+    }
+    // A second chain, dropped in the midst of the first, has a turn of its own.
+    const bool wasReleasing = std::exchange(releasing, true);
+    const HostObject wasWaiting = std::exchange(waiting, nullptr);
+    for (; parent != nullptr; parent = std::exchange(waiting, nullptr))
+        ReleaseObject(parent);
+    waiting = wasWaiting;
+    releasing = wasReleasing;
 }
 
 /// Puts a record on top of a memory block, of which it takes the reference.
@@ -145,7 +166,7 @@ void CloseImage(PictureTRV& record) {
     CloseMappedFile(record);
     record.GetRow = nullptr;
     ClearReference(record.WindowFilePath);
-    ClearReference(record.Parent);
+    ReleaseParent(record);
     ClearReference(record.MemoryTarget);
     ClearReference(record.SharedMemory);
     ClearReference(record.FilePath);

@@ -476,5 +476,76 @@ TEST_F(Views, CloseWithoutTheirImage) {
     EXPECT_EQ(static_cast<uint8_t>(trvhost::MemoryBlock(Thing(image, "MemoryTarget")).Data()[0]), 5);
 }
 
+/// Views of views, so deep that a stack which grew with them would not hold.
+class DeepChain : public Views {
+  protected:
+    static constexpr int64_t kDepth = 100000;
+
+    /// A view of a view of … `image`: clips of all of it, and in between some mirrored ones.
+    [[nodiscard]] Ref ChainOver(const Ref& image, int64_t depth = kDepth) const {
+        Ref view = image;
+        for (int64_t i = 0; i < depth && view; ++i) {
+            view = i % 7 == 3 ? View(view, "MirroredView")
+                              : TheHost().Call(view, "ClipImage", 0, 0, 3, 2).ToThing();
+        }
+        return view;
+    }
+};
+
+TEST_F(DeepChain, IsReadAndWrittenThrough) {
+    const Ref image = NewImage(3, 2, "ImageFormatRGB");
+    const Ref view = ChainOver(image);
+    ASSERT_TRUE(view);
+    // 14,286 mirrored views turn the rows back.
+    TheHost().Call(view, "FillRect", 2, 0, 1, 1, 7);
+    const trvhost::MemoryBlock block(Thing(image, "MemoryTarget"));
+    EXPECT_EQ(block.Bytes()[8], 7);
+    const trvhost::MemoryBlock row(TheHost().Call(view, "Row", 0).ToThing());
+    EXPECT_EQ(row.Bytes()[8], 7);
+    EXPECT_EQ(TheHost().Call(view, "CompareImages", image).ToInt(), 6);  // pixels that are equal
+}
+
+TEST_F(DeepChain, EndsWhenTheLastViewIsDropped) {
+    Ref image = NewImage(3, 2, "ImageFormatRGB");
+    Ref view = ChainOver(image);
+    ASSERT_TRUE(view);
+    image.Reset();
+    EXPECT_EQ(TheHost().Live().objects.at("PictureTRV"), kDepth + 1);
+    view.Reset();
+    EXPECT_FALSE(TheHost().Live().objects.contains("PictureTRV"));
+}
+
+TEST_F(DeepChain, EndsWhenTheLastViewIsClosedOrConstructedAgain) {
+    Ref image = NewImage(3, 2, "ImageFormatRGB");
+    const Ref closed = ChainOver(image);
+    const Ref again = ChainOver(image);
+    ASSERT_TRUE(closed && again);
+    TheHost().Call(closed, "Close");
+    TheHost().Call(again, "Constructor", 5, 5, Constant("ImageFormatG"));
+    EXPECT_EQ(image.References(), 1);
+    EXPECT_TRUE(TheHost().Get<bool>(again, "Valid"));
+}
+
+TEST_F(DeepChain, ThatIsHeldInTheMiddleStaysFromThere) {
+    Ref image = NewImage(3, 2, "ImageFormatRGB");
+    Ref middle = ChainOver(image, kDepth / 2);
+    Ref view = ChainOver(middle, kDepth / 2);
+    ASSERT_TRUE(view);
+    view.Reset();
+    image.Reset();
+    EXPECT_EQ(middle.References(), 1);
+    TheHost().Call(middle, "FillRect", 9);
+    const trvhost::MemoryBlock row(TheHost().Call(middle, "Row", 1).ToThing());
+    EXPECT_EQ(row.Bytes()[0], 9);
+}
+
+TEST_F(DeepChain, OfAMappedImageEndsToo) {
+    Ref image = NewMapped(3, 2, "ImageFormatRGB", 65536, "file");
+    Ref view = ChainOver(image, 2000);
+    ASSERT_TRUE(view);
+    image.Reset();
+    view.Reset();
+}
+
 }  // namespace
 }  // namespace trvtest
