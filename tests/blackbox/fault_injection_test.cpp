@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "plugin_test.h"
+#include "quiet.h"
 #include "scenario.h"
 #include "scratch_folder.h"
 
@@ -15,6 +17,9 @@ namespace {
 
 using trvfuzz::Scenario;
 using trvhost::Host;
+
+/// What a sanitizer reports is seen, even while the log is caught.
+const bool reportsKept = (trvfuzz::KeepReports(false, nullptr), true);
 
 const std::set<std::string> kExceptions = {"OutOfMemoryException",          "NilObjectException",
                                            "UnsupportedOperationException", "OutOfBoundsException",
@@ -89,6 +94,59 @@ TEST_F(FaultInjectionTest, AnyPicture) {
 
 TEST_F(FaultInjectionTest, AnyString) {
     RefuseEach(kRefusals[3]);
+}
+
+/// What a scenario has called: the class, the kind of member and its declaration.
+using MemberKey = std::tuple<std::string, trvfuzz::MemberKind, std::string>;
+
+TEST_F(FaultInjectionTest, TheScenarioReachesEveryMember) {
+    const trvhost::Host& host = TheHost();
+    const trvhost::DebugCapture quiet;
+    const ScratchFolder scratch;
+    const Scenario scenario(host, scratch.Path());
+    std::set<MemberKey> called;
+    for (const Scenario::Call& call : scenario.Calls()) {
+        scenario.Run(
+            call, [] {},
+            [&] {
+                called.insert({call.member->className, call.member->kind, call.member->declaration});
+            });
+        (void)host.TakeException();
+    }
+    // Counted in the tables themselves.
+    size_t wanted = 0;
+    int64_t methods = 0;
+    int64_t properties = 0;
+    for (const trvhost::ClassDefinition* owner : host.Classes()) {
+        const auto countMethods = [&](const trvhost::MethodDefinition* first, int64_t count) {
+            for (int64_t i = 0; i < count; ++i) {
+                EXPECT_TRUE(first[i].function != nullptr || first[i].setter != nullptr);
+                wanted += (first[i].function != nullptr ? 1U : 0U) + (first[i].setter != nullptr ? 1U : 0U);
+            }
+        };
+        const auto countProperties = [&](const trvhost::PropertyDefinition* first, int64_t count) {
+            for (int64_t i = 0; i < count; ++i)
+                wanted += (first[i].getter != nullptr ? 1U : 0U) + (first[i].setter != nullptr ? 1U : 0U);
+        };
+        countMethods(owner->methods, owner->methodCount);
+        countMethods(owner->sharedMethods, owner->sharedMethodCount);
+        countProperties(owner->properties, owner->propertyCount);
+        countProperties(owner->sharedProperties, owner->sharedPropertyCount);
+        methods += owner->methodCount + owner->sharedMethodCount;
+        properties += owner->propertyCount + owner->sharedPropertyCount;
+    }
+    EXPECT_EQ(called.size(), wanted);
+    EXPECT_GE(methods, 138);
+    EXPECT_GE(properties, 48);
+    const trvhost::ClassDefinition& images = host.Class("PictureTRV");
+    EXPECT_EQ(images.methodCount, 138);
+    // A constant runs no code of the plug-in's: its text is all there is.
+    std::set<std::string> constants;
+    for (const std::string& name : trvfuzz::ReadConstants(host, "PictureTRV")) {
+        (void)host.Constant("PictureTRV", name);
+        constants.insert(name);
+    }
+    EXPECT_EQ(constants.size(), static_cast<size_t>(images.constantCount));
 }
 
 TEST_F(FaultInjectionTest, TheStoreOfANewImageIsTold) {

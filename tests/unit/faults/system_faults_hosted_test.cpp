@@ -5,7 +5,9 @@
 
 #include "blackbox/scratch_folder.h"
 #include "platform/faults.h"
+#include "platform/threads.h"
 #include "plugin/class_definitions.h"
+#include "quiet.h"
 #include "scenario.h"
 #include "trvhost/debug_capture.h"
 #include "unit/failing_memory.h"
@@ -19,6 +21,9 @@ namespace {
 
 using test::FailingAllocation;
 using trvfuzz::Scenario;
+
+/// What a sanitizer reports is seen, even while the log is caught.
+const bool reportsKept = (trvfuzz::KeepReports(false, nullptr), true);
 
 constexpr int64_t kMostAttempts = 1000;  // of one call; more would be an endless loop
 
@@ -76,35 +81,40 @@ class SystemFaultsTest : public test::HostedTest {
 };
 
 TEST_F(SystemFaultsTest, AnyZeroedBlock) {
-    RefuseEach(Fault::ZeroedBlock, 20);
+    RefuseEach(Fault::ZeroedBlock, 1000);
 }
 
 TEST_F(SystemFaultsTest, AnyFile) {
-    RefuseEach(Fault::File, 1);
+    RefuseEach(Fault::File, 5);
 }
 
 TEST_F(SystemFaultsTest, AnyGrowthOfAFile) {
-    RefuseEach(Fault::FileSize, 1);
+    RefuseEach(Fault::FileSize, 5);
 }
 
 TEST_F(SystemFaultsTest, AnyMapping) {
-    RefuseEach(Fault::Mapping, 1);
+    RefuseEach(Fault::Mapping, 5);
 }
 
 TEST_F(SystemFaultsTest, AnyView) {
-    RefuseEach(Fault::View, 5);
+    RefuseEach(Fault::View, 10);
 }
 
 TEST_F(SystemFaultsTest, AnyThread) {
-    RefuseEach(Fault::Thread, 0);
+    // Threads are what is left where the pool takes no work.
+    threadingFaults.poolWork = true;
+    RefuseEach(Fault::Thread, 20);
+    threadingFaults.poolWork = false;
 }
 
 TEST_F(SystemFaultsTest, AnyPoolWork) {
-    RefuseEach(Fault::PoolWork, 0);
+    // A system without a pool never takes any work for it.
+    const bool hasPool = static_cast<bool>(PoolWork([](void*) {}, nullptr, nullptr));
+    RefuseEach(Fault::PoolWork, hasPool ? 20 : 0);
 }
 
 TEST_F(SystemFaultsTest, AnyMutex) {
-    RefuseEach(Fault::Mutex, 0);
+    RefuseEach(Fault::Mutex, 20);
 }
 
 TEST_F(SystemFaultsTest, AnyNew) {
@@ -115,7 +125,7 @@ TEST_F(SystemFaultsTest, AnyNew) {
                    failing.reset();
                    return happened;
                },
-               5);
+               80);
 }
 
 }  // namespace
