@@ -60,6 +60,12 @@ bool MayShareMemory(PictureTRV& a, PictureTRV& b) {
     return rangeA.begin < rangeB.end && rangeB.begin < rangeA.end;
 }
 
+bool RowsMayOverlap(const PictureTRV& record) {
+    if (!IsLinear(record)) return false;
+    const int64_t distance = record.RowSize < 0 ? SaturatedSubtract(0, record.RowSize) : record.RowSize;
+    return distance < SaturatedMultiply(record.Width, record.PixelSize);
+}
+
 int64_t RowsInReach(const PictureTRV& record) {
     if (record.IsMapping == 0) return std::numeric_limits<int64_t>::max();
     return std::max<int64_t>(record.MappingRows - 2, 1);

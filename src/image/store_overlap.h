@@ -20,6 +20,9 @@ namespace trv {
 /// false, as long as no program keeps the address of a mapped image's window.
 [[nodiscard]] bool MayShareMemory(PictureTRV& a, PictureTRV& b);
 
+/// Whether rows of the image may reach the same bytes, as over a caller's memory with a small `RowSize`.
+[[nodiscard]] bool RowsMayOverlap(const PictureTRV& record);
+
 /// Rows that can be reached one after the other without moving a mapped image's window; without limit in
 /// memory. At least 1.
 [[nodiscard]] int64_t RowsInReach(const PictureTRV& record);

@@ -5,6 +5,7 @@
 #include "frame/debug_log.h"
 #include "frame/references.h"
 #include "image/picture_factory.h"
+#include "image/store_overlap.h"
 #include "scale/contributions.h"
 #include "scale/stage_name.h"
 #include "scale/two_pass.h"
@@ -73,12 +74,22 @@ bool CanLosePixels(const PictureTRV& image) {
     return false;
 }
 
-/// The number of threads for these images: none where waiting for workers is not safe.
+/// Whether workers would meet in the same bytes: a pass has them read rows while others write rows, and each
+/// write rows of its own.
+bool WorkersWouldMeet(PictureTRV& source, PictureTRV& temp, PictureTRV& destination) {
+    return MayShareMemory(source, temp) || MayShareMemory(temp, destination) || RowsMayOverlap(temp) ||
+           RowsMayOverlap(destination);
+}
+
+/// The number of threads for these images: none where waiting for workers is not safe, and none where the
+/// result would be a matter of chance.
 int64_t SafeThreads(int64_t threads, const ScaleRequest& request, HostObject temp) {
     for (const HostObject image : {request.destination, request.source, temp}) {
         if (CanLosePixels(*RecordOf(image))) return -1;
     }
-    return threads;
+    const bool meet =
+        WorkersWouldMeet(*RecordOf(request.source), *RecordOf(temp), *RecordOf(request.destination));
+    return meet ? -1 : threads;
 }
 
 bool RunWith(const ScaleFamily& family, const ScaleRequest& request, HostObject temp, int64_t threads) {

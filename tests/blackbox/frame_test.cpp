@@ -134,6 +134,22 @@ TEST_F(Frame, TheFirstCallYields) {
     }
 }
 
+TEST_F(Frame, TheSignOfTheIntervalSelectsTheUnitOfTheClock) {
+    const auto clock = [&](int64_t interval) {
+        const Ref image = NewImage(5, 5, "ImageFormatRGB");
+        TheHost().Set(image, "YieldTicks", interval);
+        Fill(image);
+        int64_t last = 0;
+        std::memcpy(&last, TheHost().ClassData(image) + 8, 8);
+        return last;
+    };
+    // Milliseconds, and units of 16 of them.
+    const int64_t fine = clock(-1);
+    const int64_t coarse = clock(1);
+    EXPECT_LT(coarse, fine / 8);
+    EXPECT_GT(coarse, fine / 32);
+}
+
 TEST_F(Frame, AHugeIntervalNeverYields) {
     for (const int64_t interval : {INT64_MAX, INT64_MIN, int64_t{1} << 40, -(int64_t{1} << 40)}) {
         const Ref image = NewImage(50, 50, "ImageFormatRGB");

@@ -149,6 +149,52 @@ TEST_F(ScaleMT, TheJobsNameThemselves) {
     EXPECT_EQ(std::count(alone.begin(), alone.end(), "No thread"), 2);
 }
 
+TEST_F(ScaleMT, WhereWorkersWouldMeetInTheSameBytesThereAreNone) {
+    const MemoryImage source = Memory(40, 90, "ImageFormatRGBA");
+    const auto over = [&](const trvhost::MemoryBlock& block, int64_t width, int64_t height,
+                          std::string_view format, int64_t rowSize) {
+        return TheHost().Construct("PictureTRV", block, width, height, Constant(format), rowSize);
+    };
+    const auto blockOf = [&](int64_t bytes) {
+        const trvhost::MemoryBlock block = TheHost().NewMemoryBlock(bytes);
+        for (size_t i = 0; i < block.Bytes().size(); ++i)
+            block.Bytes()[i] = static_cast<uint8_t>(i * 37 + i / 251);
+        return block;
+    };
+    const auto check = [&](const std::string& story, const auto& scale) {
+        const trvhost::MemoryBlock plainBlock = blockOf(100000), block = blockOf(100000);
+        EXPECT_TRUE(scale(plainBlock, false)) << story;
+        const auto lines = LogOf([&] { EXPECT_TRUE(scale(block, true)) << story; });
+        EXPECT_THAT(lines, Contains("No thread")) << story;
+        EXPECT_TRUE(std::equal(block.Bytes().begin(), block.Bytes().end(), plainBlock.Bytes().begin()))
+            << story;
+    };
+    for (const int64_t rowSize : {0, 7, 200}) {
+        check("rows of the destination overlap", [&](const trvhost::MemoryBlock& block, bool threaded) {
+            const Ref dest = over(block, 60, 80, "ImageFormatRGBA", rowSize);
+            return threaded ? Threaded(7, dest, source, nullptr, 3, 60, 80)
+                            : Plain(dest, source, nullptr, 3, 60, 80);
+        });
+        check("rows of the temp overlap", [&](const trvhost::MemoryBlock& block, bool threaded) {
+            const Ref temp = over(block, 60, 90, "ImageFormatScaling4", rowSize);
+            const Ref dest = NewImage(60, 80, "ImageFormatRGBA");
+            return threaded ? Threaded(7, dest, source, temp, 3, 60, 80)
+                            : Plain(dest, source, temp, 3, 60, 80);
+        });
+    }
+    check("the temp lies over the destination", [&](const trvhost::MemoryBlock& block, bool threaded) {
+        const Ref temp = over(block, 60, 90, "ImageFormatScaling4", 240);
+        const Ref dest = over(block, 60, 80, "ImageFormatRGBA", 240);
+        return threaded ? Threaded(7, dest, source, temp, 3, 60, 80) : Plain(dest, source, temp, 3, 60, 80);
+    });
+    check("the temp lies over the source", [&](const trvhost::MemoryBlock& block, bool threaded) {
+        const Ref temp = over(block, 60, 90, "ImageFormatScaling4", 240);
+        const Ref from = over(block, 60, 90, "ImageFormatRGBA", 240);
+        const Ref dest = NewImage(60, 80, "ImageFormatRGBA");
+        return threaded ? Threaded(7, dest, from, temp, 3, 60, 80) : Plain(dest, from, temp, 3, 60, 80);
+    });
+}
+
 TEST_F(ScaleMT, TheHostGetsItsTimeAndMayCloseTheImages) {
     const Ref source = NewImage(600, 400, "ImageFormatRGBA"), dest = NewImage(500, 600, "ImageFormatRGBA");
     int64_t yields = 0;
