@@ -18,23 +18,47 @@ bool Fails(size_t bytes) {
     return true;
 }
 
-}  // namespace
-
-void* operator new(size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
+template <class Allocate>
+void* AllocatedUnlessRefused(size_t bytes, const Allocate& allocate) noexcept {
     try {
-        return Fails(bytes) ? nullptr : ::operator new(bytes);
+        return Fails(bytes) ? nullptr : allocate(bytes);
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+
+void* NewObject(size_t bytes) noexcept {
+    return AllocatedUnlessRefused(bytes, [](size_t wanted) { return ::operator new(wanted); });
+}
+
+void* NewArray(size_t bytes) noexcept {
+    return AllocatedUnlessRefused(bytes, [](size_t wanted) { return ::operator new[](wanted); });
+}
+
+}  // namespace
+
+#ifdef TRV_WRAPPED_OPERATORS
+// The sanitizer's operators would win over the program's; the linker sends their callers here instead
+// (--wrap).
+void* WrappedNew(size_t bytes, const std::nothrow_t& tag) noexcept asm("__wrap__ZnwmRKSt9nothrow_t");
+void* WrappedNewArray(size_t bytes, const std::nothrow_t& tag) noexcept asm("__wrap__ZnamRKSt9nothrow_t");
+
+void* WrappedNew(size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
+    return NewObject(bytes);
+}
+
+void* WrappedNewArray(size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
+    return NewArray(bytes);
+}
+#else
+void* operator new(size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
+    return NewObject(bytes);
 }
 
 void* operator new[](size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
-    try {
-        return Fails(bytes) ? nullptr : ::operator new[](bytes);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
+    return NewArray(bytes);
 }
+#endif
 
 namespace trv::test {
 
