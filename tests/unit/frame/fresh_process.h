@@ -7,6 +7,22 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 
+#ifdef TRV_COVERAGE
+extern "C" void __gcov_dump();
+#endif
+
+namespace trv::test {
+
+/// What a process that ends at once leaves behind: its output and, in an instrumented program, its counts.
+inline void FlushAll() {
+    std::fflush(nullptr);
+#ifdef TRV_COVERAGE
+    __gcov_dump();
+#endif
+}
+
+}  // namespace trv::test
+
 /// Runs a statement in a process of its own, in which nothing was resolved yet; the test fails if an
 /// expectation in it does. What failed stands in the output.
 #define TRV_IN_FRESH_PROCESS(...)                                  \
@@ -16,7 +32,7 @@
         EXPECT_EXIT(                                               \
             {                                                      \
                 trvStatement();                                    \
-                std::fflush(nullptr);                              \
+                ::trv::test::FlushAll();                           \
                 std::_Exit(::testing::Test::HasFailure() ? 1 : 0); \
             },                                                     \
             ::testing::ExitedWithCode(0), "");                     \
