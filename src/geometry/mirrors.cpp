@@ -82,12 +82,78 @@ bool SwapRowsOfImage(PictureTRV& image, const PixelMap& map, Swap&& swap) {
     return shape == ImageShape(image);
 }
 
+/// Two rows exchanged by way of copies, for channels that a program has moved so that one pixel's meet those
+/// of another: a row is then written from what the other one was, channel by channel.
+class CopiedRows {
+  public:
+    /// With `reversed` each pixel comes from as far from the other end of the row.
+    CopiedRows(PictureTRV& image, const PixelMap& map, bool reversed)
+        : image_(image),
+          map_(map),
+          reversed_(reversed),
+          width_(image.Width),
+          span_(SpanOf(map, image, width_)),
+          first_(MakeZeroedBytes(span_)),
+          second_(MakeZeroedBytes(span_)) {}
+
+    void Exchange(int64_t y, int64_t partner) {
+        if (first_ == nullptr || second_ == nullptr) return;
+        if (!Copy(y, first_) || !Copy(partner, second_)) return;
+        Write(y, second_);
+        Write(partner, first_);
+    }
+
+    /// The middle row, from what was the second row of the last exchange.
+    void WriteMiddle(int64_t y) {
+        if (second_ != nullptr) Write(y, second_);
+    }
+
+  private:
+    [[nodiscard]] bool Copy(int64_t y, const ZeroedBytes& to) {
+        const uint8_t* row = FetchRow(image_, y);
+        if (row != nullptr) std::memcpy(to.get(), row, static_cast<size_t>(span_));
+        return row != nullptr;
+    }
+
+    void Write(int64_t y, const ZeroedBytes& from) {
+        uint8_t* row = FetchRow(image_, y);
+        if (row == nullptr) return;
+        const LoosePixel& pixel = map_.Loose();
+        for (int64_t x = 0; x < width_; ++x) {
+            const int64_t column = reversed_ ? width_ - 1 - x : x;
+            pixel.Move(from.get() + column * pixel.FromSize(), row + x * pixel.ToSize());
+        }
+    }
+
+    PictureTRV& image_;
+    const PixelMap& map_;
+    const bool reversed_;
+    const int64_t width_;
+    const int64_t span_;
+    ZeroedBytes first_;
+    ZeroedBytes second_;
+};
+
+void ExchangeCopies(PictureTRV& image, const PixelMap& map, bool reversed) {
+    if (image.RowSize < 1 || image.Width < 1) return;
+    const ImageShape shape(image);
+    const int64_t height = image.Height;
+    CopiedRows rows(image, map, reversed);
+    for (int64_t y = 0; y < height / 2 && shape == ImageShape(image); ++y) {
+        rows.Exchange(y, height - 1 - y);
+        YieldIfWanted(image);
+    }
+    if (reversed && height % 2 != 0 && shape == ImageShape(image)) rows.WriteMiddle(height / 2);
+}
+
 template <class F>
 void VMirrorImage(PictureTRV& image, F family) {
     TRV_LOG((FamilyLabel<"VMirrorSelf", F>()));
-    SwapRowsOfImage(
-        image, PixelMap::Within(family, image, false),
-        [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) { SwapForward(pixel, a, b, count); });
+    const PixelMap map = PixelMap::Within(family, image, false);
+    if (!map.AnyOrder()) return ExchangeCopies(image, map, false);
+    SwapRowsOfImage(image, map, [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) {
+        SwapForward(pixel, a, b, count);
+    });
 }
 
 /// The middle row of an odd height: what the row above it has become, or, for an only row, nothing.
@@ -114,6 +180,7 @@ template <class F>
 void Rotate180Image(PictureTRV& image, F family) {
     TRV_LOG((FamilyLabel<"Rotate180Self", F>()));
     const PixelMap map = PixelMap::Within(family, image, false);
+    if (!map.AnyOrder()) return ExchangeCopies(image, map, true);
     const bool odd = image.Height % 2 != 0;
     const bool kept = SwapRowsOfImage(
         image, map,

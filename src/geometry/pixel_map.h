@@ -105,14 +105,15 @@ class PixelMap {
         return map;
     }
 
-    /// The channels of family F within `image`, for pixels that change places. A byte that an even number of
-    /// channels share is left out if `evenStays`: swapped for each of them, it ends where it was.
+    /// The channels of family F within `image`, for pixels that change places. A byte that channels share
+    /// counts once, or, with `evenStays`, not at all for an even number of them: swapped for each, it ends
+    /// where it was.
     template <class F>
     static PixelMap Within(F /*family*/, const PictureTRV& image, bool evenStays) {
         PixelMap map(image.PixelSize, image.PixelSize);
         for (const int64_t offset : F::Offsets(image)) {
-            if (evenStays && map.Remove(offset)) continue;
-            map.Add(offset, offset);
+            const bool shared = map.Remove(offset);
+            if (!shared || !evenStays) map.Add(offset, offset);
         }
         map.Finish();
         return map;

@@ -67,10 +67,13 @@ void FillFamily(PictureTRV& image, const Rectangle& rectangle, uint8_t value, ui
     });
 }
 
-void FillColours(PictureTRV& image, const Rectangle& rectangle, const Colour& colour, FillPattern& pattern) {
+/// `alpha` is null for one that stays as it is.
+void FillColours(PictureTRV& image, const Rectangle& rectangle, const Colour& colour, const uint8_t* alpha) {
+    FillPattern pattern(image.PixelSize);
     pattern.Set(image.RedOffset, LowByte(colour.red));
     pattern.Set(image.GreenOffset, LowByte(colour.green));
     pattern.Set(image.BlueOffset, LowByte(colour.blue));
+    if (alpha != nullptr) pattern.Set(image.AlphaOffset, *alpha);
     FillWithPattern(image, rectangle, pattern);
 }
 
@@ -78,8 +81,7 @@ void FillRectRGB(PictureTRV& image, Rectangle rectangle, const Colour& colour) {
     if (!IsValid(&image)) return;
     Fix(image, rectangle);
     if (!HasColours(image) || rectangle.IsEmpty() || !StartClippedImage(image)) return;
-    FillPattern pattern(image.PixelSize);
-    FillColours(image, rectangle, colour, pattern);
+    FillColours(image, rectangle, colour, nullptr);
 }
 
 // Blending
@@ -200,9 +202,8 @@ void rbFillRectRGBA(HostObject me, int64_t x, int64_t y, int64_t width, int64_t 
         return;
     }
     if (!HasColours(image) || rectangle.IsEmpty() || !StartClippedImage(image)) return;
-    FillPattern pattern(image.PixelSize);
-    pattern.Set(image.AlphaOffset, LowByte(alpha));
-    FillColours(image, rectangle, {red, green, blue}, pattern);
+    const uint8_t alphaByte = LowByte(alpha);
+    FillColours(image, rectangle, {red, green, blue}, &alphaByte);
 }
 
 void rbFillRectRGBAAll(HostObject me, int64_t red, int64_t green, int64_t blue, int64_t alpha) {

@@ -75,9 +75,10 @@ SpanConverter MakeFastConverter(const Route& route, const PictureTRV& source, co
         for (const Channel colour : {Red, Green, Blue})
             copy(Gray, colour);
     } else if (route.Is("G", "CMYK")) {
+        // Gray is read first: it may be one of these inks.
+        copy(Gray, Black);
         for (const Channel ink : {Cyan, Magenta, Yellow})
             converter.Add({.kind = ByteRule::Kind::Zero, .to = OffsetOf(dest, ink)});
-        copy(Gray, Black);
     } else if (route.Is("CMYK", "CMYK")) {
         for (const Channel ink : {Cyan, Magenta, Yellow, Black})
             copy(ink, ink);

@@ -417,6 +417,10 @@ TEST_F(FillTest, MovedOffsetsStayInsideTheStore) {
     Call(image, "FillRectRGB", 10, 20, 30);  // red and green share a byte, and green comes later
     EXPECT_EQ(image.At(3, 1, 1), 20);
     EXPECT_TRUE(image.GuardIntact());
+    const MemoryImage clear = Image(3, 2, "ImageFormatRGBA");
+    TheHost().Set(clear, "AlphaOffset", 2);
+    Call(clear, "FillRectRGB", 10, 20, 30, 40);  // and alpha last
+    EXPECT_EQ(clear.At(2, 1, 2), 40);
 }
 
 TEST_F(FillTest, RandomFillsEveryChannelAndNothingElse) {

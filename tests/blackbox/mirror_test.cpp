@@ -41,6 +41,32 @@ class MirrorTest : public GeometryTest {
         return after;
     }
 
+    /// The same for channels that may share bytes: rows exchanged by way of copies, pixel by pixel.
+    void ExpectWritten(const Mirror& mirror, const MemoryImage& root, const Ref& view) {
+        const Side side(TheHost(), view);
+        std::vector<uint8_t> bytes = root.Bytes();
+        const int64_t width = Number(view, "Width"), height = Number(view, "Height");
+        std::vector<uint8_t> lower(bytes.size());
+        const auto write = [&](int64_t y, const std::vector<uint8_t>& from, int64_t fromY) {
+            for (int64_t x = 0; x < width; ++x) {
+                for (const std::string& channel : ChannelsOf(side)) {
+                    bytes[PlaceOf(root, view, side, x, y, channel)] =
+                        from[PlaceOf(root, view, side, mirror.columns ? width - 1 - x : x, fromY, channel)];
+                }
+            }
+        };
+        for (int64_t y = 0; y < height / 2; ++y) {
+            const std::vector<uint8_t> upper = bytes;
+            lower = bytes;
+            write(y, lower, height - 1 - y);
+            write(height - 1 - y, upper, y);
+        }
+        if (mirror.columns && height % 2 != 0) write(height / 2, lower, std::min(height / 2 + 1, height - 1));
+        TheHost().Call(view, mirror.method);
+        ASSERT_EQ(root.Bytes(), bytes) << width << " x " << height;
+        EXPECT_TRUE(root.GuardIntact());
+    }
+
     void ExpectMirrored(const Mirror& mirror, const MemoryImage& root, const Ref& view) {
         const std::vector<uint8_t> expected = Expected(mirror, root, view);
         TheHost().Call(view, mirror.method);
@@ -125,6 +151,33 @@ TEST_F(MirrorTest, ChannelsThatShareAByteAreSwappedTwice) {
     image.SetBytes({1, 2, 3, 4, 5, 6, 7, 8, 9});
     TheHost().Call(image, "HMirror");
     EXPECT_EQ(image.Bytes(), (std::vector<uint8_t>{1, 2, 9, 4, 5, 6, 7, 8, 3}));
+}
+
+TEST_F(MirrorTest, ChannelsThatShareAByteAreWrittenFromTheOtherRow) {
+    const MemoryImage image = Memory(3, 2, "ImageFormatRGB");
+    TheHost().Set(image, "GreenOffset", 0);
+    image.SetBytes({1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14, 15, 16, 17, 18, 19});
+    TheHost().Call(image, "VMirror");
+    EXPECT_EQ(image.Bytes(),
+              (std::vector<uint8_t>{11, 2, 13, 14, 5, 16, 17, 8, 19, 1, 12, 3, 4, 15, 6, 7, 18, 9}));
+    TheHost().Call(image, "Rotate180");
+    EXPECT_EQ(image.Bytes(),
+              (std::vector<uint8_t>{7, 2, 9, 4, 5, 6, 1, 8, 3, 17, 12, 19, 14, 15, 16, 11, 18, 13}));
+}
+
+TEST_F(MirrorTest, ChannelsThatMeetThoseOfOtherPixelsAreWrittenInOrder) {
+    for (const Mirror& mirror : {kMirrors[1], kMirrors[2]}) {
+        for (int round = 0; round < 60; ++round) {
+            const int64_t format = Draw(1, 10);
+            const MemoryImage root = Memory(Draw(3, 20), Draw(1, 7), format);
+            const Ref view =
+                TheHost().Call(root.Object(), "ClipImage", Draw(1, 2), 0, 90, Draw(1, 7)).ToThing();
+            const char* moved[] = {"RedOffset", "GreenOffset", "BlueOffset"};
+            TheHost().Set(view, moved[Draw(0, 2)], Draw(0, root.PixelSize() - 1));
+            ExpectWritten(mirror, root, view);
+            ASSERT_FALSE(HasFatalFailure()) << mirror.method << " " << format;
+        }
+    }
 }
 
 TEST_F(MirrorTest, MappedImagesMatchImagesInMemory) {

@@ -37,7 +37,8 @@ class ScaleFast : public GeometryTest {
             alpha = false;
         } else if (s.family == 'G' && d.family == 'C') {
             if (s.alpha != d.alpha) return false;
-            set("Cyan", 0), set("Magenta", 0), set("Yellow", 0), set("Black", get("Gray"));
+            const int gray = get("Gray");
+            set("Cyan", 0), set("Magenta", 0), set("Yellow", 0), set("Black", gray);
             alpha = false;
         } else if (s.family == 'C' && d.family == 'C') {
             for (const char* name : {"Cyan", "Magenta", "Yellow", "Black"})
@@ -134,6 +135,16 @@ TEST_F(ScaleFast, WithinOneImageTheOrderShows) {
             ExpectScaled(whole.root, whole.view, whole.root, part, Draw(1, 40), Draw(1, 14));
         }
         if (HasFatalFailure()) return;
+    }
+}
+
+TEST_F(ScaleFast, AnInkIsReadBeforeTheInksAreCleared) {
+    const MemoryImage inks = Memory(4, 3, "ImageFormatCMYK");
+    for (const char* ink : {"CyanChannel", "MagentaChannel", "YellowChannel", "BlackChannel"}) {
+        const Ref gray = TheHost().Call(inks.Object(), ink).ToThing();
+        ExpectScaled(inks, gray, inks, inks, 4, 3);
+        ASSERT_FALSE(HasFatalFailure()) << ink;
+        inks.SetBytes(Memory(4, 3, "ImageFormatCMYK").Bytes());
     }
 }
 
