@@ -77,12 +77,13 @@ HostObject rbBoxBlurFilter(HostObject me, HostObject dest, double radius, Boolea
                            Boolean horizontal) {
     TRV_LOG("BoxBlurFilter", radius);
     const auto work = [&](PictureTRV& source, PictureTRV& target) {
-        // No window at all; a NaN lands here too.
-        if (!(radius > -1.0)) return false;
+        // Else there is no window at all; a NaN lands there too.
+        const bool possible = radius > -1.0 || (vertical == 0 && horizontal == 0);
         const auto r = SaturatedTruncate<int64_t>(radius);
-        DispatchFamily(source,
-                       [&]<class F>(F) { BlurFamily<F>(source, target, r, vertical != 0, horizontal != 0); });
-        return true;
+        const bool served = DispatchFamily(source, [&]<class F>(F) {
+            if (possible) BlurFamily<F>(source, target, r, vertical != 0, horizontal != 0);
+        });
+        return possible || !served;
     };
     return RunFilter(me, dest, {FilterTest::Valid, FilterTest::ByteSamples}, work);
 }

@@ -13,9 +13,10 @@ namespace trv {
 
 /// Blurs `me` into `dest`, or into a new image like it for nil, with r = `radius` without its fraction; the
 /// result comes with a reference for the caller. A radius below 1 has a window of one pixel and still divides
-/// by 3. Nil, with nothing written, for an image that a filter refuses and for a radius of -1 or less or no
-/// number. A radius from 2^35 on leaves the destination as it is, and so does a lack of memory. With both
-/// passes off nothing is written. If `dest` shows the pixels of `me`, the passes read what they have written.
+/// by 3. Nil, with nothing written, for an image that a filter refuses and, where there is something to be
+/// blurred, for a radius of -1 or less or no number. A radius from 2^35 on leaves the destination as it is,
+/// and so does a lack of memory. With both passes off nothing is written. If `dest` shows the pixels of `me`,
+/// the passes read what they have written.
 HostObject rbBoxBlurFilter(HostObject me, HostObject dest, double radius, Boolean vertical,
                            Boolean horizontal);
 

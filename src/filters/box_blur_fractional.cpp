@@ -8,6 +8,7 @@
 #include "filters/lanes.h"
 #include "image/checked_math.h"
 #include "image/row_readers.h"
+#include "image/store_overlap.h"
 
 namespace trv {
 
@@ -35,22 +36,32 @@ class FractionalBlur {
           rows_{Reader(from), Reader(from), Reader(from)},
           along_(Reader(to)),
           nothing_(MakeZeroedBytes(lanes_)),
-          to_(to, plan_, written_.width) {
+          to_(to, plan_, written_.width),
+          inOrder_(&dest != &source && MayShareMemory(dest, source)),
+          readPixel_(from, plan_, 1, true),
+          writePixel_(to, plan_, 1) {
         const BlurKernels* kernels = ActiveBlurKernels();
         tap_ = (kernels != nullptr ? *kernels : kBlurKernelsBaseline).tap;
     }
 
     /// False without memory.
     [[nodiscard]] explicit operator bool() const {
-        return rows_[0] && rows_[1] && rows_[2] && along_ && nothing_ != nullptr && to_;
+        return rows_[0] && rows_[1] && rows_[2] && along_ && nothing_ != nullptr && to_ && readPixel_ &&
+               writePixel_;
     }
 
-    /// The vertical pass. What it reads is held, so that the rows may be overwritten.
+    /// The vertical pass. What it reads is held, so that the source's own rows may be overwritten.
     void Down() {
         const int64_t last = source_.Height - 1;
         const uint8_t* above = nothing_.get();
         const uint8_t* centre = ReadRow(0);
         for (int64_t y = 0; y < written_.height; ++y) {
+            if (inOrder_ && y > 0 && y < last) {
+                TapInOrder(above, centre, y);
+                above = centre;
+                centre = ReadRow(y + 1);
+                continue;
+            }
             const uint8_t* below = y < last ? ReadRow(y + 1) : nothing_.get();
             uint8_t* row = FetchRow(dest_, y);
             if (y == 0 && last > 0) {
@@ -97,6 +108,22 @@ class FractionalBlur {
         Tap(last, last, last, to + lanes_ - pixel, pixel);
     }
 
+    /// Row `y`, neither the first nor the last, pixel by pixel: its neighbour below is what it has become by
+    /// then.
+    void TapInOrder(const uint8_t* above, const uint8_t* centre, int64_t y) {
+        const uint8_t* below = FetchRow(source_, y + 1);
+        uint8_t* pixel = FetchRow(dest_, y);
+        if (below == nullptr || pixel == nullptr) return;
+        for (int64_t x = 0; x < written_.width; ++x) {
+            Tap(above, readPixel_.Read(below), centre, writePixel_.Lanes(pixel), plan_.lanes);
+            writePixel_.Write(pixel);
+            above += plan_.lanes;
+            centre += plan_.lanes;
+            below += source_.PixelSize;
+            pixel += dest_.PixelSize;
+        }
+    }
+
     void Tap(const uint8_t* a, const uint8_t* b, const uint8_t* centre, uint8_t* to, int64_t lanes) const {
         tap_(a, b, centre, to, lanes, weights_);
     }
@@ -111,6 +138,9 @@ class FractionalBlur {
     LaneReader along_;
     ZeroedBytes nothing_;
     LaneWriter to_;
+    const bool inOrder_;  // the destination shows the source's pixels in another way
+    LaneReader readPixel_;
+    LaneWriter writePixel_;
     decltype(BlurKernels::tap) tap_;
 };
 

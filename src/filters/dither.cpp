@@ -86,14 +86,15 @@ HostObject rbDitherFilter(HostObject me, HostObject dest, int64_t matrix, int64_
     TRV_LOG("DitherFilter", matrix, levels);
     return RunFilter(
         me, dest, {FilterTest::Valid, FilterTest::ByteSamples}, [&](PictureTRV& from, PictureTRV& to) {
-            if (levels < kFewestLevels || levels > kMostLevels) return false;
             const DitherMatrix* found = FindDitherMatrix(matrix);
+            bool possible = true;
             DispatchFamily(from.IsGray != 0, from.IsRGB != 0, false, from.HasAlpha != 0, [&]<class F>(F) {
                 TRV_LOG((FamilyLabel<"DitherFilter", F>()));
                 if (found == nullptr) return;
-                Dither<F>(from, to, *found, LevelTables(levels));
+                possible = levels >= kFewestLevels && levels <= kMostLevels;
+                if (possible) Dither<F>(from, to, *found, LevelTables(levels));
             });
-            return true;
+            return possible;
         });
 }
 

@@ -39,7 +39,7 @@ void Engrave(PictureTRV& source, PictureTRV& dest, int64_t level) {
     const Rectangle common = CommonRectangle(dest, source);
     if (common.IsEmpty()) return;
     // In a picture's own rows, what lies ahead is still as it was.
-    const bool inOrder = MayShareMemory(dest, source) && (&dest != &source || shift < 0);
+    const bool inOrder = WritesAhead<F>(source, dest) || (&dest == &source && shift < 0);
     const int64_t step = inOrder ? 1 : common.width;
     PackedRow row(step, kSamplesOf<F>);
     PackedRow other(step, kSamplesOf<F>);

@@ -43,7 +43,7 @@ void Paint(PictureTRV& source, PictureTRV& dest, const OilBands& bands, int64_t 
     const auto samples =
         static_cast<uint64_t>(SaturatedMultiply(std::min(side, source.Height), std::min(side, source.Width)));
     range = std::min(range, std::max(source.Width, source.Height));
-    if (&dest != &source && MayShareMemory(dest, source)) {
+    if (WritesAhead<F>(source, dest)) {
         OilPainter<F, OilRereading<F>>(source, dest, bands, range).PaintRereading();
     } else if (PrefersRows(range, bands)) {
         OilPainter<F, OilRows<F>>(source, dest, bands, range).Paint();
@@ -63,17 +63,17 @@ HostObject rbOilFilter(HostObject me, HostObject dest, int64_t levels, int64_t r
     return RunFilter(
         me, dest, {FilterTest::Valid, FilterTest::ByteSamples},
         [&](PictureTRV& from, PictureTRV& to) {
-            if (levels < 0) return false;
-            const OilBands bands(std::min(levels, kMostLevels));
-            DispatchFamily(from, [&]<class F>(F) {
+            const bool served = DispatchFamily(from, [&]<class F>(F) {
                 TRV_LOG((FamilyLabel<"OilFilter", F>()));
+                if (levels < 0) return;
+                const OilBands bands(std::min(levels, kMostLevels));
                 if (range < 0) {
                     PaintEmptyWindows<F>(from, to);
                 } else {
                     Paint<F>(from, to, bands, range);
                 }
             });
-            return true;
+            return levels >= 0 || !served;
         },
         DestLine::Omitted);
 }

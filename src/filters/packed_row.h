@@ -81,16 +81,22 @@ class RowTarget {
     SpanConverter converter_;
 };
 
+/// Whether what a filter of family F writes at a pixel of `dest` may be what it has yet to read at another
+/// pixel of `source`: both show the same memory in different ways, or channels of one image, whose offsets a
+/// program has moved, meet in it.
+template <class F>
+[[nodiscard]] bool WritesAhead(PictureTRV& source, PictureTRV& dest) {
+    return &dest != &source ? MayShareMemory(dest, source) : !PlacesOf<F>(dest).AreApart();
+}
+
 /// The frame of filters whose result at a pixel depends on that pixel alone: calls `work(samples, x, y,
 /// count)` with runs of packed pixels of `source`, to be changed in place, and stores them in `dest`. Runs
-/// are whole rows unless both images show the same memory in different ways. Without memory nothing is
-/// written.
+/// are whole rows unless that would show. Without memory nothing is written.
 template <class F, class Work>
 void ChangePackedRows(PictureTRV& source, PictureTRV& dest, Work&& work) {
     const Rectangle common = CommonRectangle(dest, source);
     if (common.IsEmpty()) return;
-    const bool shifted = &dest != &source && MayShareMemory(dest, source);
-    const int64_t step = shifted ? 1 : common.width;
+    const int64_t step = WritesAhead<F>(source, dest) ? 1 : common.width;
     PackedRow run(step, kSamplesOf<F>);
     if (!run) return;
     RowSource<F> from(source);

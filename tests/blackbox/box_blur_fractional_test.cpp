@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "filter_cases.h"
 #include "filter_images.h"
 #include "mapped_test.h"
 
@@ -138,6 +139,81 @@ TEST_F(BoxBlurFractionalTest, AnyPicturesAndViews) {
         ASSERT_NO_FATAL_FAILURE(Check(source, dest, radius));
         if (Draw(0, 3) == 0) {
             ASSERT_NO_FATAL_FAILURE(Check(source, source, radius));
+        }
+    }
+}
+
+class BoxBlurFractionalWithin : public FilterCaseTest {
+  protected:
+    /// The passes in the order in which they read and write, for images that may share their bytes: rows are
+    /// copied, but for the one below the row that is written, which is as it is by then.
+    static void Reference(const Shown& from, const Shown& to, double radius) {
+        const auto names = from.Channels(true, false);
+        const Taps tap(radius);
+        const auto row = [&](const Shown& image, int64_t y) {
+            std::vector<int> samples;
+            for (int64_t x = 0; x < image.width; ++x) {
+                for (const std::string& name : names)
+                    samples.push_back(image.At(x, y, name));
+            }
+            return samples;
+        };
+        const auto write = [&](int64_t x, int64_t y, const auto& value) {
+            if (!to.Inside(x, y)) return;
+            std::vector<int> made;
+            for (size_t c = 0; c < names.size(); ++c)
+                made.push_back(value(static_cast<size_t>(x) * names.size() + c, names[c]));
+            for (size_t c = 0; c < names.size(); ++c)
+                to.At(x, y, names[c]) = static_cast<uint8_t>(made[c]);
+        };
+        const int64_t last = from.height - 1;
+        std::vector<int> above = row(from, 0);
+        std::vector<int> centre = last > 0 ? row(from, 1) : std::vector<int>(above.size());
+        for (int64_t x = 0; x < from.width; ++x)
+            write(x, 0, [&](size_t i, const auto&) { return tap(above[i], above[i], above[i]); });
+        for (int64_t y = 2; y <= last; ++y) {
+            for (int64_t x = 0; x < from.width; ++x) {
+                write(x, y - 1, [&](size_t i, const std::string& name) {
+                    return tap(above[i], from.At(x, y, name), centre[i]);
+                });
+            }
+            above = std::exchange(centre, row(from, y));
+        }
+        for (int64_t x = 0; x < from.width; ++x)
+            write(x, last, [&](size_t i, const auto&) { return tap(above[i], centre[i], centre[i]); });
+        const int64_t width = std::min(from.width, to.width);
+        for (int64_t y = 0; y < std::min(from.height, to.height); ++y) {
+            std::vector<int> held = row(to, y);
+            held.resize(static_cast<size_t>(width) * names.size());
+            held.resize(held.size() + names.size());  // behind the last pixel there is nothing
+            const auto n = static_cast<std::ptrdiff_t>(names.size());
+            for (int64_t x = 0; x < width; ++x) {
+                write(x, y, [&](size_t i, const auto&) {
+                    const int* c = &held[i];
+                    if (x == 0) return tap(c[0], c[n], c[0]);
+                    return x < width - 1 ? tap(c[-n], c[n], c[0]) : tap(c[0], c[0], c[0]);
+                });
+            }
+        }
+    }
+};
+
+TEST_F(BoxBlurFractionalWithin, ADestinationThatSharesThePixelsIsWrittenInOrder) {
+    for (const int64_t format : Formats()) {
+        if (format >= 22 && format <= 40) continue;
+        for (const DestKind kind : {DestKind::Shifted, DestKind::Mirrored, DestKind::Source}) {
+            for (int round = 0; round < 8; ++round) {
+                Case made = DrawCase(format, kind, 30, 9);
+                const double radius = static_cast<double>(Draw(-2000, 2000)) / 997;
+                Check(
+                    made,
+                    [&](const Ref& image, const Ref& dest) {
+                        return Filter(image, "BoxBlurFractionalFilter", dest, radius);
+                    },
+                    [&](const Shown& from, const Shown& to) { Reference(from, to, radius); },
+                    made.from->side.wide);
+                ASSERT_FALSE(HasFatalFailure()) << format << " " << static_cast<int>(kind) << " " << radius;
+            }
         }
     }
 }

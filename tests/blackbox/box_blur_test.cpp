@@ -196,6 +196,9 @@ TEST_F(BoxBlurTest, ARadiusOfMinusOneOrLessOrNoNumberGivesNil) {
         EXPECT_FALSE(Blur(source.image, dest.image, radius)) << radius;
         EXPECT_FALSE(Blur(source.image, Ref(), radius)) << radius;
         EXPECT_FALSE(Blur(source.image, dest.image, radius, int64_t{3})) << radius;
+        // It does not matter where nothing is blurred.
+        EXPECT_EQ(Blur(source.image, dest.image, radius, Passes{false, false}), dest.image) << radius;
+        EXPECT_EQ(Blur(Plain(7, 5, Constant("ImageFormatBuffer")).image, dest.image, radius), dest.image);
     }
     EXPECT_EQ(dest.root.Bytes(), before);
 }

@@ -29,7 +29,7 @@ void DitherReference(const Shown& from, const Shown& to, int64_t number, int64_t
                   });
 }
 
-class Dither : public FilterTest {
+class Dither : public FilterCaseTest {
   protected:
     Ref Reduce(const Ref& image, const Ref& dest, int64_t matrix, int64_t levels) {
         return Filter(image, "DitherFilter", dest, matrix, levels);
@@ -120,6 +120,20 @@ TEST_F(Dither, LevelsOutOfRangeAreRefused) {
         EXPECT_EQ(dest.Bytes(), before);
     }
     EXPECT_EQ(dest.Object().References(), 1);
+}
+
+TEST_F(Dither, LevelsOutOfRangeDoNotMatterWhereNothingIsDithered) {
+    const MemoryImage gray(TheHost(), 4, 2, Constant("ImageFormatG")),
+        inks(TheHost(), 4, 2, Constant("ImageFormatCMYK")),
+        bytes(TheHost(), 4, 2, Constant("ImageFormatBuffer"));
+    const auto before = gray.Bytes();
+    for (const int64_t levels : {1, 0, -1, 257}) {
+        for (const int64_t matrix : {0, 11})
+            EXPECT_EQ(Reduce(gray, gray.Object(), matrix, levels), gray.Object()) << levels;
+        for (const MemoryImage* image : {&inks, &bytes})
+            EXPECT_EQ(Reduce(*image, gray.Object(), 1, levels), gray.Object()) << levels;
+    }
+    EXPECT_EQ(gray.Bytes(), before);
 }
 
 TEST_F(Dither, ThePatternStartsAtTheViewsCorner) {

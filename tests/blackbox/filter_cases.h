@@ -59,9 +59,9 @@ inline constexpr DestKind kDestKinds[] = {DestKind::Nil,     DestKind::SameForma
                                           DestKind::Smaller, DestKind::Source,     DestKind::Shifted,
                                           DestKind::Mirrored};
 
-class FilterTest : public PluginTest {
+class FilterCaseTest : public PluginTest {
   protected:
-    explicit FilterTest(trvhost::Options options = {}) : PluginTest(std::move(options)) {}
+    explicit FilterCaseTest(trvhost::Options options = {}) : PluginTest(std::move(options)) {}
 
     int64_t Draw(int64_t low, int64_t high) {
         return std::uniform_int_distribution<int64_t>(low, high)(random);
@@ -106,6 +106,16 @@ class FilterTest : public PluginTest {
         return TheHost().Call(image, "ClipImage", x, y, Draw(1, width - x), Draw(1, height - y)).ToThing();
     }
 
+    /// Gives one channel another offset, now and then; on a part of an image it can then meet those of other
+    /// pixels.
+    void MoveChannel(const Ref& image) {
+        const Side side(TheHost(), image);
+        if (Draw(0, 3) != 0 || side.wide || side.family == '-' || side.family == 'C') return;
+        const char* colours[] = {"RedOffset", "GreenOffset", "BlueOffset"};
+        TheHost().Set(image, side.family == 'G' ? "GrayOffset" : colours[Draw(0, 2)],
+                      Draw(0, side.pixelSize - 1));
+    }
+
     Case DrawCase(int64_t format, DestKind kind, int64_t mostWidth = 40, int64_t mostHeight = 7) {
         Case made;
         made.kind = kind;
@@ -117,6 +127,7 @@ class FilterTest : public PluginTest {
         const auto store = std::make_shared<std::vector<uint8_t>>(made.sourceStore.Bytes());
         bool flipped = false;
         made.source = DrawView(made.sourceStore, width, height, flipped);
+        MoveChannel(made.source);
         made.from.emplace(Show(made.source, store, flipped));
         const int64_t w = made.from->width, h = made.from->height;
         const auto separate = [&](int64_t destFormat, int64_t destWidth, int64_t destHeight) {

@@ -46,7 +46,7 @@ void PaintOil(const Shown& from, const Shown& to, int64_t levels, int64_t range)
     }
 }
 
-class Oil : public FilterTest {
+class Oil : public FilterCaseTest {
   protected:
     Ref Paint(const Ref& image, const Ref& dest, int64_t levels, int64_t range) {
         return Filter(image, "OilFilter", dest, levels, range);
@@ -171,6 +171,10 @@ TEST_F(Oil, NegativeLevelsAreRefused) {
     EXPECT_FALSE(Paint(image, nullptr, -1, 1));
     EXPECT_EQ(dest.Bytes(), before);
     EXPECT_EQ(dest.Object().References(), references);
+    // They do not matter where nothing is painted.
+    const MemoryImage bytes(TheHost(), 4, 4, Constant("ImageFormatBuffer"));
+    EXPECT_EQ(Paint(bytes, dest, -1, 1), dest.Object());
+    EXPECT_EQ(dest.Bytes(), before);
 }
 
 TEST_F(Oil, HugeArgumentsEndSoon) {

@@ -43,7 +43,7 @@ Table GainTable(double gain, double bias) {
 
 using Tables = std::map<std::string, Table>;
 
-class PointFilters : public FilterTest {
+class PointFilters : public FilterCaseTest {
   protected:
     /// A filter with tables by channel: gray and RGB, alpha where there is a table for it.
     auto ByTables(const Tables& tables) {

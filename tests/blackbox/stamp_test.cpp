@@ -29,7 +29,7 @@ int StampedSample(int sample, const Arguments& a, int black, int white) {
     return std::isnan(value) ? 0 : static_cast<int>(value) & 255;
 }
 
-class Stamp : public FilterTest {
+class Stamp : public FilterCaseTest {
   protected:
     Ref Press(const Ref& image, const Ref& dest, const Arguments& a) {
         return Filter(image, "StampFilter", dest, a.radius, a.threshold, a.softness, Color{a.black},

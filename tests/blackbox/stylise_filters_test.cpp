@@ -33,7 +33,7 @@ void EngraveReference(const Shown& from, const Shown& to, int64_t level) {
     }
 }
 
-class Engrave : public FilterTest {};
+class Engrave : public FilterCaseTest {};
 
 TEST_F(Engrave, InAllFormatsMatchesTheReference) {
     for (const int64_t format : Formats()) {
@@ -130,7 +130,7 @@ void NeonReference(const Shown& from, const Shown& to) {
     }
 }
 
-class Neon : public FilterTest {};
+class Neon : public FilterCaseTest {};
 
 TEST_F(Neon, InAllFormatsMatchesTheReference) {
     for (const int64_t format : Formats()) {
@@ -194,7 +194,7 @@ TEST_F(Neon, RowsAreNamed) {
 
 // Diffuse ---
 
-class Diffuse : public FilterTest {
+class Diffuse : public FilterCaseTest {
   protected:
     /// An image of 16-bit numbers in two channels, each pixel its own.
     MemoryImage Numbered(int64_t width, int64_t height) {
