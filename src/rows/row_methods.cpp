@@ -22,6 +22,7 @@ constexpr const char* kNilBlock = "Memoryblock is nil";
 constexpr const char* kNilBlockWithStop = "Memoryblock is nil.";
 constexpr const char* kNilBlockLowerCase = "memoryblock is nil";
 constexpr const char* kIndexOutOfBounds = "Index is out of bounds.";
+constexpr const char* kImageRefusal = "me is not RGB and not gray.";
 
 /// Whether the index is a row; the range error of the named method if not.
 bool IndexInRange(const PictureTRV& image, int64_t index, const char* method) {
@@ -114,13 +115,14 @@ bool ReadRows(PictureTRV& image, int64_t first, int64_t rows, const Packing& pac
     return true;
 }
 
-/// Writes rows from `first` on from packed bytes.
+/// Writes rows from `first` on from packed bytes. An image without colour class is told in the log, for bytes
+/// of a CMYK format as `inkRefusal`.
 void WriteRows(PictureTRV& image, int64_t first, int64_t rows, const Packing& packing, bool invertAlpha,
-               const uint8_t* bytes, const char* imageRefusal = "me is not RGB and not gray.") {
+               const uint8_t* bytes, const char* inkRefusal = kImageRefusal) {
     const bool whole = MovesWholePixels(image, packing.format.ImageFormat);
     const RowConverter converter(image, packing.format, RowDirection::SetRow, invertAlpha);
     if (!whole && !Serves(converter)) {
-        LogRefusal(converter, imageRefusal);
+        LogRefusal(converter, packing.format.IsCMYK != 0 ? inkRefusal : kImageRefusal);
         return;
     }
     for (int64_t i = 0; i < rows; ++i, bytes += packing.rowBytes) {
@@ -152,14 +154,14 @@ HostObject ReadRow(PictureTRV& image, int64_t index, int64_t format, bool invert
 
 /// A row from bytes; the index has been tested.
 void WriteRow(PictureTRV& image, int64_t index, int64_t format, bool invertAlpha, const uint8_t* bytes,
-              const char* imageRefusal = "me is not RGB and not gray.") {
+              const char* inkRefusal = kImageRefusal) {
     Packing packing;
     if (FetchRow(image, index) == nullptr) {
         TRV_LOG("GetRow returns nil");
     } else if (!DescribePacking(image, 1, format, packing)) {
         TRV_LOG("InitImageClassData failed.");
     } else {
-        WriteRows(image, index, 1, packing, invertAlpha, bytes, imageRefusal);
+        WriteRows(image, index, 1, packing, invertAlpha, bytes, inkRefusal);
     }
 }
 
@@ -264,7 +266,8 @@ void rbSetRowStringInFormat(HostObject me, int64_t index, int64_t format, HostSt
 HostString rbDataStringInFormat(HostObject me, int64_t format) {
     PictureTRV& image = *RecordOf(me);
     Packing packing;
-    if (!IsValid(&image) || !DescribePacking(image, image.Height, format, packing)) return nullptr;
+    if (!IsValid(&image) || image.GetRow == nullptr) return nullptr;
+    if (!DescribePacking(image, image.Height, format, packing)) return nullptr;
     return ReadString(image, 0, image.Height, packing, "Failed to allocate %lld bytes of memory for rows.");
 }
 
@@ -277,11 +280,13 @@ void rbSetDataStringInFormat(HostObject me, int64_t format, HostString text) {
     }
     Packing packing;
     if (!IsValid(&image)) return;
-    if (!DescribePacking(image, image.Height, format, packing)) {
+    if (image.GetRow == nullptr) {
+        TRV_LOG("GetRow returns nil");
+    } else if (!DescribePacking(image, image.Height, format, packing)) {
         TRV_LOG("InitImageClassData failed.");
-        return;
+    } else {
+        WriteRows(image, 0, image.Height, packing, false, bytes.data);
     }
-    WriteRows(image, 0, image.Height, packing, false, bytes.data);
 }
 
 }  // namespace trv

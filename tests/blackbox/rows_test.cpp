@@ -331,6 +331,7 @@ TEST_F(RowsTest, ClosedImagesHaveNoRows) {
     EXPECT_FALSE(TheHost().Call(image, "Row", 0).ToThing());
     EXPECT_FALSE(TheHost().Call(image, "RawRow", 0).ToThing());
     EXPECT_FALSE(TheHost().Call(image, "RowStringInFormat", 0, 2).ToThing());
+    EXPECT_FALSE(TheHost().Call(image, "DataStringInFormat", 2).ToThing());
     TheHost().Assign(image, "Row", 0, block);
     TheHost().Assign(image, "RowInFormat", 0, 2, block);
     TheHost().Assign(image, "DataStringInFormat", 2, std::string(80, 'x'));
@@ -384,6 +385,17 @@ TEST_F(RowsTest, ConvertersOfMixedAlphaNameThemselvesInTheLog) {
     });
     EXPECT_TRUE(has(refused, "msource is not RGB and not gray."));
     EXPECT_TRUE(has(refused, "me is not RGB and not gray."));
+    // The setter of a row's string has a line of its own for inks.
+    const auto inkLine = [&](const char* format) {
+        return has(LogOf([&] {
+                       const MemoryImage target = Image(4, 1, "ImageFormatBuffer");
+                       TheHost().Assign(target, "RowStringInFormat", 0, Constant(format),
+                                        std::string(20, 'x'));
+                   }),
+                   "me is not CMYK and not gray.");
+    };
+    EXPECT_TRUE(inkLine("ImageFormatCMYK"));
+    EXPECT_FALSE(inkLine("ImageFormatRGB"));
 }
 
 }  // namespace
