@@ -9,8 +9,10 @@ constinit ClassDefinition pictureClass = {.version = kUnregisteredTableVersion,
 
 bool InitImageClassData(PictureTRV* record, int64_t width, int64_t height, int64_t format) {
     if (record == nullptr || width < 1 || height < 1) return false;
-    const FormatLayout* layout = FindFormat(format);
-    if (layout == nullptr) return false;
+    // A code without a layout leaves a record that tells what was asked for, and no channels.
+    static constexpr FormatLayout kNoLayout{};
+    const FormatLayout* const found = FindFormat(format);
+    const FormatLayout* const layout = found != nullptr ? found : &kNoLayout;
     for (size_t i = 0; i < kChannelFields.size(); ++i) {
         record->*kChannelFields[i].offset = layout->offset[i];
         record->*kChannelFields[i].has = layout->has[i];
@@ -27,7 +29,7 @@ bool InitImageClassData(PictureTRV* record, int64_t width, int64_t height, int64
     record->Width = width;
     record->Height = height;
     record->UnclippedHeight = height;
-    return true;
+    return found != nullptr;
 }
 
 }  // namespace trv

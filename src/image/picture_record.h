@@ -133,8 +133,9 @@ inline constexpr std::array<ChannelField, kChannelCount> kChannelFields = {{
     return record.*FieldOf(channel).has != 0;
 }
 
-/// Fills the size and layout fields of a record for a format; false, with the fields half filled, for a null
-/// record, a width or height below 1, or a code that cannot be created.
+/// Fills the size and layout fields of a record for a format. False for a null record and a width or height
+/// below 1, which change nothing, and for a code that cannot be created: the record then has size and code,
+/// and an empty layout.
 bool InitImageClassData(PictureTRV* record, int64_t width, int64_t height, int64_t format);
 
 }  // namespace trv

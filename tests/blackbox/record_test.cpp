@@ -173,9 +173,18 @@ TEST_F(Record, AnObjectTakesEachFormatInTurn) {
 TEST_F(Record, CodesThatAreNoFormatGiveNoImage) {
     for (const int64_t code : {int64_t{0}, int64_t{14}, int64_t{49}, int64_t{50}, int64_t{-1},
                                int64_t{256 + 1}, (int64_t{1} << 32) + 1, INT64_MAX, INT64_MIN}) {
-        const Ref image = TheHost().Construct("PictureTRV", 10, 10, code);
+        const Ref image = TheHost().Construct("PictureTRV", 10, 11, code);
         EXPECT_FALSE(Flag(image, "Valid")) << code;
         EXPECT_FALSE(TheHost().HasException()) << code;
+        // The object tells what was asked for, and that it has no layout.
+        EXPECT_EQ(Number(image, "Width"), 10) << code;
+        EXPECT_EQ(Number(image, "Height"), 11) << code;
+        EXPECT_EQ(Number(image, "UnclippedHeight"), 11) << code;
+        EXPECT_EQ(Number(image, "ImageFormat"), code);
+        EXPECT_EQ(Number(image, "BitsPerComponent"), 8) << code;
+        EXPECT_EQ(Number(image, "PixelSize"), 0) << code;
+        EXPECT_EQ(Number(image, "RowSize"), 0) << code;
+        EXPECT_EQ(Number(image, "ChannelCount"), 0) << code;
         EXPECT_EQ(TheHost().CallShared("PictureTRV", "CalculateMemory", 10, 10, code).ToInt(), 0) << code;
     }
 }
@@ -191,6 +200,8 @@ TEST_F(Record, SizesBelowOneGiveNoImage) {
         const Ref image = TheHost().Construct("PictureTRV", width, height, Constant("ImageFormatRGB"));
         EXPECT_FALSE(Flag(image, "Valid"));
         EXPECT_FALSE(TheHost().HasException());
+        EXPECT_EQ(Number(image, "Width"), 0);
+        EXPECT_EQ(Number(image, "Height"), 0);
     }
 }
 
