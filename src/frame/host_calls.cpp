@@ -51,8 +51,8 @@ class ClassEntry {
     /// The entry, with the class of the instance in `hostClass`; null if anything is missing.
     Function Find(HostObject instance, HostClass& hostClass) {
         if (resolver_ == nullptr) return nullptr;
-        if (function_ == nullptr) {
-            if (classOf_ != nullptr) return nullptr;
+        if (function_ == nullptr && classOf_ != nullptr) return nullptr;
+        if (function_ == nullptr || classOf_ == nullptr) {
             function_ = reinterpret_cast<Function>(resolver_(name_));
             classOf_ = reinterpret_cast<ClassOf>(resolver_("RuntimeClassOf"));
         }

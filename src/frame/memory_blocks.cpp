@@ -71,7 +71,7 @@ uint8_t* MemoryBlockPointer(HostObject block) {
 
 int64_t MemoryBlockSize(HostObject block) {
     int64_t size = 0;
-    return host::REALGetPropValueInteger(block, "Size", &size) ? size : 0;
+    return block != nullptr && host::REALGetPropValueInteger(block, "Size", &size) ? size : 0;
 }
 
 }  // namespace trv

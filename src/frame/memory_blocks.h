@@ -22,7 +22,7 @@ namespace trv {
 /// Address of the block's bytes, which lives as long as the block keeps its size; null for nil.
 [[nodiscard]] uint8_t* MemoryBlockPointer(HostObject block);
 
-/// The block's size in bytes by its property, 0 if it cannot be read.
+/// The block's size in bytes by its property; 0 for nil, and if it cannot be read.
 [[nodiscard]] int64_t MemoryBlockSize(HostObject block);
 
 }  // namespace trv

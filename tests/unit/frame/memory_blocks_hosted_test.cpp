@@ -144,6 +144,7 @@ TEST_F(MemoryBlocks, HostsWithoutTheEntriesHaveMethods) {
 
 TEST_F(MemoryBlocks, SizesThatCannotBeRead) {
     EXPECT_EQ(MemoryBlockSize(nullptr), 0);
+    EXPECT_EQ(TheHost().Calls("REALGetPropValueInteger"), 0) << "not every host puts up with nil";
     EXPECT_EQ(MemoryBlockPointer(nullptr), nullptr);
     trvhost::Options options;
     options.missingMembers = {"Size"};
