@@ -259,7 +259,8 @@ void CloseMappedFile(PictureTRV& record) {
     if (record.MappingOwner != 0 && record.IsMapping != 0) {
         TRV_LOG("Free Mapping");
         LogOutcome(CloseMapping(record.WindowMapHandle), "CloseHandle map ok", "CloseHandle map failed");
-        LogOutcome(CutFile(record.WindowFileHandle), "SetFilePointer ok", "SetFilePointer failed");
+        LogOutcome(RewindFile(record.WindowFileHandle), "SetFilePointer ok", "SetFilePointer failed");
+        CutFile(record.WindowFileHandle);
         LogOutcome(CloseFile(record.WindowFileHandle), "CloseHandle file ok", "CloseHandle file failed");
         TRV_LOG("me->WindowFilePath", record.WindowFilePath);
         if (record.WindowFilePath != nullptr) {

@@ -28,6 +28,9 @@ inline constexpr int64_t kViewAlignment = 65536;
 /// when the disk does not have that much room.
 bool GrowFile(intptr_t file, int64_t bytes);
 
+/// Sets the file's position to its start.
+bool RewindFile(intptr_t file);
+
 /// Cuts the file to no bytes; false while a view of the file is open in this process.
 bool CutFile(intptr_t file);
 

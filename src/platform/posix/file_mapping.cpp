@@ -160,6 +160,10 @@ bool GrowFile(intptr_t file, int64_t bytes) {
     return description.st_size >= bytes || Reserve(static_cast<int>(file), bytes);
 }
 
+bool RewindFile(intptr_t file) {
+    return lseek(static_cast<int>(file), 0, SEEK_SET) == 0;
+}
+
 bool CutFile(intptr_t file) {
     struct stat description {};
     if (!Describe(file, description)) return false;

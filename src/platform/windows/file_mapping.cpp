@@ -52,6 +52,10 @@ bool GrowFile(intptr_t file, int64_t bytes) {
     return size >= bytes || SetFileSize(file, bytes);
 }
 
+bool RewindFile(intptr_t file) {
+    return SetFilePointerEx(Handle(file), LARGE_INTEGER{}, nullptr, FILE_BEGIN) != 0;
+}
+
 bool CutFile(intptr_t file) {
     return SetFileSize(file, 0);
 }

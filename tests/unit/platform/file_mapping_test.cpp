@@ -161,6 +161,8 @@ TEST_F(FileMapping, CutsAFile) {
     const std::string path = WriteFile(u8"cut", "contents");
     const intptr_t file = OpenScratchFile(path.c_str());
     ASSERT_NE(file, kNoHandle);
+    EXPECT_TRUE(RewindFile(file));
+    EXPECT_EQ(FileSize(file), 8);
     EXPECT_TRUE(CutFile(file));
     EXPECT_EQ(FileSize(file), 0);
     EXPECT_TRUE(CloseFile(file));
@@ -190,6 +192,7 @@ TEST_F(FileMapping, DoesNotCutAFileUnderAView) {
 
 TEST_F(FileMapping, NoHandleFailsEverywhere) {
     EXPECT_FALSE(GrowFile(kNoHandle, 10));
+    EXPECT_FALSE(RewindFile(kNoHandle));
     EXPECT_FALSE(CutFile(kNoHandle));
     EXPECT_EQ(FileSize(kNoHandle), -1);
     EXPECT_FALSE(CloseFile(kNoHandle));
