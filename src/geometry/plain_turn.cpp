@@ -26,14 +26,15 @@ Place PlaceOf(const PictureTRV& source, Turn turn, Place at) {
     return at;
 }
 
-/// One pixel. Rows are fetched anew for each, since those of one mapped image take each other away.
+/// One pixel, channel by channel. Rows are fetched anew for each, since those of one mapped image take each
+/// other away; there all channels are read before the first is written.
 void MovePixel(PictureTRV& source, PictureTRV& dest, const LoosePixel& pixel, Place from, Place to) {
     const uint8_t* row = FetchRow(source, from.y);
     if (row == nullptr) return;
     row += from.x * pixel.fromSize;
     std::array<uint8_t, LoosePixel::kMost> held;
     LoosePixel store = pixel;
-    if (&source == &dest) {
+    if (&source == &dest && source.IsMapping != 0) {
         for (int i = 0; i < pixel.count; ++i) {
             auto& byte = store.bytes[static_cast<size_t>(i)];
             held[static_cast<size_t>(i)] = row[byte.from];
