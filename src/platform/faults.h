@@ -11,8 +11,8 @@
 namespace trv {
 
 /// What a system can refuse.
-enum class Fault { ZeroedBlock, File, FileSize, Mapping, View, PoolWork, Thread, Mutex };
-inline constexpr size_t kFaults = 8;
+enum class Fault { ZeroedBlock, File, FileSize, Mapping, View, PoolWork, Thread, Mutex, Event };
+inline constexpr size_t kFaults = 9;
 
 namespace faults_detail {
 inline std::array<std::atomic<int64_t>, kFaults> left{};

@@ -1,7 +1,7 @@
 #pragma once
 
-// What the worker runner needs of the system: work for a pool, plain threads, mutexes, and the few calls
-// around them. Every creation can fail; an object that was not made is false, and its functions have no
+// What the worker runner needs of the system: work for a pool, plain threads, mutexes, events, and the few
+// calls around them. Every creation can fail; an object that was not made is false, and its functions have no
 // effect.
 
 #include <cstddef>
@@ -21,10 +21,12 @@ namespace threads_detail {
 struct PoolWorkState;
 struct ThreadState;
 struct MutexState;
+struct EventState;
 struct Release {
     void operator()(PoolWorkState* state) const;
     void operator()(ThreadState* state) const;
     void operator()(MutexState* state) const;
+    void operator()(EventState* state) const;
 };
 
 }  // namespace threads_detail
@@ -73,6 +75,21 @@ class Mutex {
     std::unique_ptr<threads_detail::MutexState, threads_detail::Release> state_;
 };
 
+/// Something that happens once and ends the rest of a thread that waits for it.
+class Event {
+  public:
+    Event();
+
+    /// Makes it happen. The event must outlive this call, also where a waiting thread goes on meanwhile.
+    void Set();
+    /// Rests until it has happened, for at most about `milliseconds`; for all of them without an event.
+    void Rest(uint32_t milliseconds);
+    explicit operator bool() const { return state_ != nullptr; }
+
+  private:
+    std::unique_ptr<threads_detail::EventState, threads_detail::Release> state_;
+};
+
 /// Lets the thread rest for at least `milliseconds`.
 void Sleep(uint32_t milliseconds);
 
@@ -91,6 +108,7 @@ struct ThreadingFaults {
     bool poolWork = false;
     bool threads = false;
     bool mutexes = false;
+    bool events = false;
 };
 extern ThreadingFaults threadingFaults;
 

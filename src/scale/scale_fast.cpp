@@ -1,13 +1,15 @@
 #include "scale/scale_fast.h"
 
 #include <algorithm>
-#include <cstring>
+#include <array>
 #include <string_view>
 
 #include "frame/debug_log.h"
 #include "image/pixel_loop.h"
 #include "image/row_pair.h"
 #include "scale/families.h"
+#include "scale/nearest_columns.h"
+#include "scale/pass_support.h"
 #include "scale/scale_task.h"
 #include "spans/convert_span.h"
 
@@ -15,9 +17,8 @@ namespace trv {
 
 namespace {
 
-/// Columns that are gathered together; their source columns are found once if a row has no more.
-constexpr int64_t kColumns = 2048;
-constexpr int64_t kMostPixelBytes = 8;
+/// Columns that are gathered together.
+constexpr int64_t kPiece = 512;
 
 /// The family of the pair, or null. Gray with and CMYK without alpha have no way here, nor the other way
 /// round.
@@ -102,37 +103,9 @@ int64_t PixelWindow(const PictureTRV& source) {
         last = std::max(last, offset);
     }
     const int64_t size = source.PixelSize;
-    if (first < 0 || size > kMostPixelBytes) return -1;
+    if (first < 0 || size > NearestColumns::kMostPixelBytes) return -1;
     const int64_t window = first / size * size;
     return last < window + size ? window : -1;
-}
-
-template <size_t kSize>
-void GatherOf(const uint8_t* row, const int64_t* columns, uint8_t* to, int64_t count) {
-    for (int64_t i = 0; i < count; ++i, to += kSize)
-        std::memcpy(to, row + columns[i] * static_cast<int64_t>(kSize), kSize);
-}
-
-/// Puts the pixels of these columns side by side.
-void Gather(int64_t size, const uint8_t* row, const int64_t* columns, uint8_t* to, int64_t count) {
-    switch (size) {
-        case 1:
-            return GatherOf<1>(row, columns, to, count);
-        case 2:
-            return GatherOf<2>(row, columns, to, count);
-        case 3:
-            return GatherOf<3>(row, columns, to, count);
-        case 4:
-            return GatherOf<4>(row, columns, to, count);
-        case 5:
-            return GatherOf<5>(row, columns, to, count);
-        case 6:
-            return GatherOf<6>(row, columns, to, count);
-        case 7:
-            return GatherOf<7>(row, columns, to, count);
-        default:
-            return GatherOf<8>(row, columns, to, count);
-    }
 }
 
 class FastScaler {
@@ -144,54 +117,63 @@ class FastScaler {
           converter_(converter),
           width_(width),
           height_(height),
-          sourceWidth_(source.Width),
           sourceHeight_(source.Height),
-          xRatio_(static_cast<double>(source.Width) / static_cast<double>(width)),
+          fromStep_(source.PixelSize),
+          toStep_(dest.PixelSize),
+          rowStep_(IsLinear(source) ? source.RowSize : 0),
           yRatio_(static_cast<double>(source.Height) / static_cast<double>(height)),
           window_(PixelWindow(source)),
-          inOrder_(MayShareMemory(source, dest)) {}
+          inOrder_(MayShareMemory(source, dest)),
+          columns_(source.Width, width, source.PixelSize) {}
 
     void Run() {
         RowPair rows(dest_, source_);
         for (int64_t y = 0; y < height_; ++y) {
-            const auto sourceY = static_cast<int64_t>(static_cast<double>(y) * yRatio_);
-            if (rows.Fetch(y, std::min(sourceY, sourceHeight_ - 1))) ScaleRow(rows.from, rows.to);
+            const int64_t sourceY = SourceRow(y);
+            const int64_t next = y + 1 < height_ ? SourceRow(y + 1) : sourceY;
+            // Rows one after the other are what the processor fetches by itself.
+            ahead_ = next - sourceY > 1 ? (next - sourceY) * rowStep_ : 0;
+            if (rows.Fetch(y, sourceY)) ScaleRow(rows.from, rows.to);
             YieldIfWanted(dest_);
         }
     }
 
   private:
+    [[nodiscard]] int64_t SourceRow(int64_t y) const {
+        return std::min(static_cast<int64_t>(static_cast<double>(y) * yRatio_), sourceHeight_ - 1);
+    }
+
     void ScaleRow(const uint8_t* from, uint8_t* to) {
-        for (int64_t x = 0; x < width_; x += kColumns) {
-            const int64_t count = std::min(kColumns, width_ - x);
-            FindColumns(x, count);
-            uint8_t* target = to + x * dest_.PixelSize;
-            if (inOrder_ || window_ < 0) {
-                ConvertSingly(from, target, count);
-            } else if (converter_.IsCopy()) {
-                Gather(source_.PixelSize, from, columns_.data(), target, count);
-            } else {
-                Gather(source_.PixelSize, from + window_, columns_.data(), pixels_.data(), count);
-                converter_.Convert(pixels_.data() - window_, target, count);
-            }
+        for (int64_t x = 0; x < width_;) {
+            const int64_t found = columns_.Find(x, width_ - x);
+            for (int64_t i = 0; i < found; i += kPiece)
+                ScalePiece(from, i, std::min(kPiece, found - i), to + (x + i) * toStep_);
+            x += found;
         }
     }
 
-    void FindColumns(int64_t first, int64_t count) {
-        if (found_ == first) return;
-        found_ = first;
-        for (int64_t i = 0; i < count; ++i) {
-            const auto column = static_cast<int64_t>(static_cast<double>(first + i) * xRatio_);
-            columns_[static_cast<size_t>(i)] = std::min(column, sourceWidth_ - 1);
+    /// The columns from the i-th that was found on.
+    void ScalePiece(const uint8_t* from, int64_t i, int64_t count, uint8_t* to) {
+        if (inOrder_ || window_ < 0) {
+            ConvertSingly(from, i, count, to);
+            return;
+        }
+        if (ahead_ != 0) {
+            const int64_t first = columns_.At(i);
+            Prefetch(from + first * fromStep_ + ahead_, (columns_.At(i + count - 1) - first) * fromStep_);
+        }
+        if (converter_.IsCopy()) {
+            columns_.Gather(from, i, count, to);
+        } else {
+            columns_.Gather(from + window_, i, count, pixels_.data());
+            converter_.Convert(pixels_.data() - window_, to, count);
         }
     }
 
     /// Pixel by pixel, where a pixel that is read may have been written before.
-    void ConvertSingly(const uint8_t* from, uint8_t* to, int64_t count) {
-        for (int64_t i = 0; i < count; ++i) {
-            converter_.Convert(from + columns_[static_cast<size_t>(i)] * source_.PixelSize,
-                               to + i * dest_.PixelSize, 1);
-        }
+    void ConvertSingly(const uint8_t* from, int64_t i, int64_t count, uint8_t* to) {
+        for (int64_t k = 0; k < count; ++k)
+            converter_.Convert(from + columns_.At(i + k) * fromStep_, to + k * toStep_, 1);
     }
 
     PictureTRV& source_;
@@ -199,15 +181,16 @@ class FastScaler {
     const SpanConverter& converter_;
     const int64_t width_;
     const int64_t height_;
-    const int64_t sourceWidth_;
     const int64_t sourceHeight_;
-    const double xRatio_;
+    const int64_t fromStep_;
+    const int64_t toStep_;
+    const int64_t rowStep_;  // bytes from row to row, 0 where they are not at a fixed distance
     const double yRatio_;
     const int64_t window_;
     const bool inOrder_;
-    int64_t found_ = -1;  // the first of the columns that are in the list
-    std::array<int64_t, kColumns> columns_;
-    std::array<uint8_t, kColumns * kMostPixelBytes> pixels_;
+    int64_t ahead_ = 0;  // bytes to the row that comes next, 0 where there is nothing to fetch ahead
+    NearestColumns columns_;
+    std::array<uint8_t, kPiece * NearestColumns::kMostPixelBytes> pixels_;
 };
 
 void LogFamily(const ScaleFamily& family, const Route& route, int64_t width, int64_t height) {

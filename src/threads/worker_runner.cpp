@@ -22,21 +22,27 @@ constexpr uint32_t kPollMilliseconds = 1;
 /// The thread that loaded the plug-in.
 const uint32_t loadingThread = CurrentThreadId();
 
-/// Whether work is done: set by the worker, polled by the one who waits.
+/// Whether work is done: set by the worker, polled by the one who waits. The worker may still be in Set when
+/// the other knows; it ends before the flag does.
 class DoneFlag {
   public:
     void Set() {
-        const std::lock_guard lock(mutex_);
-        done_.store(true, std::memory_order_release);
+        {
+            const std::lock_guard lock(mutex_);
+            done_.store(true, std::memory_order_release);
+        }
+        event_.Set();
     }
     [[nodiscard]] bool Get() {
         const std::lock_guard lock(mutex_);
         return done_.load(std::memory_order_acquire);
     }
-    void Clear() { done_.store(false, std::memory_order_relaxed); }
+    /// The rest between two looks. A rest to the end after the work is done would only cost time.
+    void Rest() { event_.Rest(kPollMilliseconds); }
 
   private:
     Mutex mutex_;
+    Event event_;
     // The mutex may not exist, and what a worker has written must be seen even then.
     std::atomic<bool> done_ = false;
 };
@@ -123,7 +129,6 @@ class ThreadJobs {
             job.last = index == count_ - 1 ? rows - 1 : (index + 1) * rowsEach - 1;
             job.data = data;
             job.function = function;
-            job.done.Clear();
             TRV_LOG("Job", index, job.first, job.last);
         });
     }
@@ -149,7 +154,7 @@ class ThreadJobs {
             if (!job.started) return;
             while (!job.done.Get()) {
                 host::REALYieldToRB();
-                Sleep(kPollMilliseconds);
+                job.done.Rest();
             }
         });
         ForEach([](ThreadJob& job, int64_t index) {
@@ -207,7 +212,7 @@ void WaitForThreaded(RunThreadData& run, void (*waiting)(void* data)) {
         done = run.done.Get();
         TRV_LOG("isDone", done);
         host::REALYieldToRB();
-        Sleep(kPollMilliseconds);
+        run.done.Rest();
         if (waiting != nullptr) waiting(run.data);
     }
     TRV_LOG("Loop ended. Yield again");

@@ -31,6 +31,12 @@ struct MutexState {
     std::mutex mutex;
 };
 
+struct EventState {
+    std::mutex mutex;
+    pthread_cond_t condition;
+    bool happened = false;
+};
+
 void Release::operator()(PoolWorkState* state) const {
     delete state;
 }
@@ -41,6 +47,11 @@ void Release::operator()(ThreadState* state) const {
 }
 
 void Release::operator()(MutexState* state) const {
+    delete state;
+}
+
+void Release::operator()(EventState* state) const {
+    pthread_cond_destroy(&state->condition);
     delete state;
 }
 
@@ -64,6 +75,16 @@ int StartThread(threads_detail::ThreadState& state, size_t stackBytes) {
     if (error == 0) error = pthread_create(&state.thread, &attributes, RunThread, &state);
     pthread_attr_destroy(&attributes);
     return error;
+}
+
+/// A condition whose waits end by the clock that nobody sets. False if the system has none to give.
+bool MakeCondition(pthread_cond_t& condition) {
+    pthread_condattr_t attributes;
+    if (pthread_condattr_init(&attributes) != 0) return false;
+    const bool made = pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC) == 0 &&
+                      pthread_cond_init(&condition, &attributes) == 0;
+    pthread_condattr_destroy(&attributes);
+    return made;
 }
 
 }  // namespace
@@ -99,6 +120,36 @@ void Mutex::lock() {
 
 void Mutex::unlock() {
     if (state_ != nullptr) state_->mutex.unlock();
+}
+
+Event::Event() {
+    if (threadingFaults.events || Refused(Fault::Event)) return;
+    auto* state = new (std::nothrow) threads_detail::EventState;
+    if (state != nullptr && MakeCondition(state->condition)) {
+        state_.reset(state);
+    } else {
+        delete state;
+    }
+}
+
+void Event::Set() {
+    if (state_ == nullptr) return;
+    const std::lock_guard lock(state_->mutex);
+    state_->happened = true;
+    pthread_cond_broadcast(&state_->condition);
+}
+
+void Event::Rest(uint32_t milliseconds) {
+    if (state_ == nullptr) return Sleep(milliseconds);
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    const int64_t nanoseconds = end.tv_nsec + int64_t{milliseconds} * 1'000'000;
+    end.tv_sec += static_cast<time_t>(nanoseconds / 1'000'000'000);
+    end.tv_nsec = static_cast<long>(nanoseconds % 1'000'000'000);
+    const std::lock_guard lock(state_->mutex);
+    int error = 0;
+    while (!state_->happened && error == 0)
+        error = pthread_cond_timedwait(&state_->condition, state_->mutex.native_handle(), &end);
 }
 
 void Sleep(uint32_t milliseconds) {

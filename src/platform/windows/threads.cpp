@@ -28,6 +28,10 @@ struct MutexState {
     HANDLE mutex;
 };
 
+struct EventState {
+    HANDLE event;
+};
+
 void Release::operator()(PoolWorkState* state) const {
     WaitForThreadpoolWorkCallbacks(state->work, FALSE);
     CloseThreadpoolWork(state->work);
@@ -45,10 +49,16 @@ void Release::operator()(MutexState* state) const {
     delete state;
 }
 
+void Release::operator()(EventState* state) const {
+    CloseHandle(state->event);
+    delete state;
+}
+
 }  // namespace threads_detail
 
 namespace {
 
+using threads_detail::EventState;
 using threads_detail::MutexState;
 using threads_detail::PoolWorkState;
 using threads_detail::ThreadState;
@@ -121,6 +131,25 @@ void Mutex::lock() {
 
 void Mutex::unlock() {
     if (state_ != nullptr) ReleaseMutex(state_->mutex);
+}
+
+Event::Event() {
+    if (threadingFaults.events || Refused(Fault::Event)) return;
+    auto* state = new (std::nothrow) EventState{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    if (state != nullptr && state->event != nullptr) {
+        state_.reset(state);
+    } else {
+        delete state;
+    }
+}
+
+void Event::Set() {
+    if (state_ != nullptr) SetEvent(state_->event);
+}
+
+void Event::Rest(uint32_t milliseconds) {
+    if (state_ == nullptr) return Sleep(milliseconds);
+    WaitForSingleObject(state_->event, milliseconds);
 }
 
 void Sleep(uint32_t milliseconds) {

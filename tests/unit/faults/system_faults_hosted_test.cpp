@@ -117,6 +117,10 @@ TEST_F(SystemFaultsTest, AnyMutex) {
     RefuseEach(Fault::Mutex, 20);
 }
 
+TEST_F(SystemFaultsTest, AnyEvent) {
+    RefuseEach(Fault::Event, 0);
+}
+
 TEST_F(SystemFaultsTest, AnyNew) {
     std::unique_ptr<FailingAllocation> failing;
     RefuseEach([&](int64_t n) { failing = std::make_unique<FailingAllocation>(n); },

@@ -163,6 +163,48 @@ TEST(Mutex, SaysThatItWasNotMadeAndIsHarmless) {
     mutex.unlock();
 }
 
+TEST(Event, EndsTheRestOfAThread) {
+    struct Shared {
+        Event event;
+        std::atomic<bool> rested = false;
+    } shared;
+    ASSERT_TRUE(shared.event);
+    {
+        const Thread thread(
+            [](void* argument) {
+                auto& both = *static_cast<Shared*>(argument);
+                both.event.Rest(std::numeric_limits<int32_t>::max());
+                both.rested = true;
+            },
+            &shared, kStack);
+        ASSERT_TRUE(thread);
+        EXPECT_FALSE(shared.rested);
+        shared.event.Set();
+    }
+    EXPECT_TRUE(shared.rested);
+    // Once it has happened nobody rests.
+    shared.event.Rest(std::numeric_limits<int32_t>::max());
+    shared.event.Set();
+    shared.event.Rest(std::numeric_limits<int32_t>::max());
+}
+
+TEST(Event, ARestEndsByItself) {
+    Event event;
+    ASSERT_TRUE(event);
+    event.Rest(0);
+    event.Rest(1);
+    event.Rest(1001);  // past a full second
+}
+
+TEST(Event, WithoutOneARestIsASleep) {
+    const Faults faults({.events = true});
+    Event event;
+    EXPECT_FALSE(event);
+    event.Rest(1);
+    event.Set();
+    event.Rest(1);
+}
+
 TEST(ThreadCalls, ThereIsAProcessor) {
     EXPECT_GE(ProcessorCount(), 1);
     EXPECT_EQ(ProcessorCount(), ProcessorCount());

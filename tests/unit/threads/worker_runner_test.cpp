@@ -93,8 +93,8 @@ TEST(WorkerRunner, WorkersAreOtherThreads) {
 }
 
 TEST(WorkerRunner, NoJobIsLostWhateverFails) {
-    for (int faults = 0; faults < 8; ++faults) {
-        const Faults failing({(faults & 1) != 0, (faults & 2) != 0, (faults & 4) != 0});
+    for (int faults = 0; faults < 16; ++faults) {
+        const Faults failing({(faults & 1) != 0, (faults & 2) != 0, (faults & 4) != 0, (faults & 8) != 0});
         Calls calls;
         RunThreads(5, 23, &calls, Calls::Job);
         std::sort(calls.calls.begin(), calls.calls.end());
@@ -111,8 +111,8 @@ TEST(WorkerRunner, NoJobIsLostWhateverFails) {
 }
 
 TEST(WorkerRunner, WhatWorkersWroteIsSeen) {
-    for (const bool mutexes : {false, true}) {
-        const Faults failing({false, false, mutexes});
+    for (const bool refused : {false, true}) {
+        const Faults failing({.mutexes = refused, .events = refused});
         for (int round = 0; round < 20; ++round) {
             std::vector<int> rows(1000, 0);
             RunThreads(7, 1000, &rows, [](int64_t first, int64_t last, int64_t job, bool, void* data) {
@@ -179,7 +179,7 @@ TEST(WorkerThreaded, RunsOnceBesideTheCaller) {
 }
 
 TEST(WorkerThreaded, WithoutAWorkerNothingRuns) {
-    const Faults failing({true, true, false});
+    const Faults failing({.poolWork = true, .threads = true});
     test::LogCapture log;
     OneRun run;
     EXPECT_FALSE(RunThreaded(&run, OneRun::Work, OneRun::Wait));
