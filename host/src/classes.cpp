@@ -129,6 +129,13 @@ ClassInfo& ClassRegistry::AddSubclass(std::string name, ClassInfo& super) {
     return Add(std::move(name), super.kind, &super);
 }
 
+ClassInfo& ClassRegistry::AddRecordClass(std::string name, const void* record) {
+    ClassInfo& info = Add(std::move(name), ThingKind::Object);
+    info.dataSize = sizeof record;
+    info.record = record;
+    return info;
+}
+
 bool ClassRegistry::IsA(const ClassInfo* info, const ClassInfo& ancestor) {
     while (info != nullptr && info != &ancestor)
         info = info->super;
@@ -151,8 +158,11 @@ Thing& ClassRegistry::Make(ClassInfo& info) {
             return core_.Make<VariantThing>(&info);
         case ThingKind::Factory:
             return core_.Make<FactoryThing>(&info);
-        default:
-            return core_.Make<PlainObject>(&info, info.dataSize);
+        default: {
+            auto& object = core_.Make<PlainObject>(&info, info.dataSize);
+            if (info.record != nullptr) std::memcpy(object.ClassData(), &info.record, sizeof info.record);
+            return object;
+        }
     }
 }
 

@@ -42,6 +42,7 @@ struct ClassInfo {
     ThingKind kind = ThingKind::Object;
     const ClassDefinition* definition = nullptr;  ///< of classes that the plug-in registered
     int64_t dataSize = 0;
+    const void* record = nullptr;  ///< what the first word of new objects' class data points to
     std::map<const EventInfo*, void*> implemented;  ///< events with their functions
     /// Members of a registered class, taken apart when first asked for: instance members, then shared ones.
     mutable std::optional<std::vector<Member>> members[2];
@@ -57,6 +58,8 @@ class ClassRegistry {
     ClassInfo* FromHandle(void* handle) const;
     void Register(ClassDefinition* definition);
     ClassInfo& AddSubclass(std::string name, ClassInfo& super);
+    /// A class as another plug-in has it, whose objects' data is one pointer.
+    ClassInfo& AddRecordClass(std::string name, const void* record);
 
     static bool IsA(const ClassInfo* info, const ClassInfo& ancestor);
     /// An object of the class with one reference, without constructor.

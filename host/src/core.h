@@ -18,6 +18,7 @@
 
 #include "classes.h"
 #include "thing.h"
+#include "thread_pool.h"
 #include "trvhost/host.h"
 
 namespace trvhost {
@@ -128,6 +129,7 @@ class Core {
     std::map<std::string, int64_t, std::less<>> lookups;
     std::vector<std::string> trace;
     std::function<void()> onYield;
+    std::unique_ptr<OfferedThreadPool> threadPool;
     std::set<void*> stringData;  ///< what is owed to PluginDisposeStringData and PluginDisposeTextData
 
     Countdown failMemoryBlock, shortenMemoryBlock, failNewInstance, failNewPicture, failString;

@@ -1,5 +1,6 @@
 #include "geometry/rotate.h"
 
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -75,17 +76,21 @@ bool MakesImagesAlone(const PictureTRV& image) {
 class Rotation {
   public:
     Rotation(PictureTRV& image, const Shears& shears, const ShearChannels& channels)
-        : image_(image), shears_(shears), channels_(channels), alone_(MakesImagesAlone(image)) {}
+        : image_(image), shears_(shears), channels_(channels), alone_(MakesImagesAlone(image)) {
+        Watch(image);
+    }
 
     HostObject Run() {
         TRV_LOG("Rotate45part1");
         const ObjectReference first = Make(shears_.shearWidth, shears_.height, image_);
         if (!first) return nullptr;
+        Watch(*RecordOf(first.Get()));
         if (!alone_) RunFirst(image_, *RecordOf(first.Get()));
         TRV_LOG("Rotate45part1 done");
         TRV_LOG("Rotate45part2");
         ObjectReference second = Make(shears_.shearWidth, shears_.finalHeight, *RecordOf(first.Get()));
         if (!second) return nullptr;
+        Watch(*RecordOf(second.Get()));
         if (!alone_) RunSecond(*RecordOf(first.Get()), *RecordOf(second.Get()));
         TRV_LOG("Rotate45part2 done");
         TRV_LOG("Rotate45part3");
@@ -105,11 +110,22 @@ class Rotation {
     }
 
   private:
-    /// A new image in the format of `like`, ready to be written; empty if there is none.
+    /// A new image in the format of `like`, ready to be written; empty if there is none, or if the host has
+    /// used its time to make other images of those at hand.
     ObjectReference Make(int64_t width, int64_t height, const PictureTRV& like) {
         ObjectReference made(CreatePicture(&image_, width, height, like.ImageFormat));
         if (!made || !StartImage(RecordOf(made.Get()))) return {};
+        const PictureTRV& record = *RecordOf(made.Get());
+        if (record.Width < width || record.Height < height) return {};
+        for (int i = 0; i < watchedCount_; ++i) {
+            const Watched& watched = watched_[static_cast<size_t>(i)];
+            if (!(watched.shape == ImageShape(*watched.image))) return {};
+        }
         return made;
+    }
+
+    void Watch(const PictureTRV& image) {
+        watched_[static_cast<size_t>(watchedCount_++)] = {&image, ImageShape(image)};
     }
 
     void RunFirst(PictureTRV& source, PictureTRV& dest) {
@@ -125,10 +141,18 @@ class Rotation {
         shears_.ForEachThird([&](int64_t row, LineShift shift) { shear.MoveRow(row, shift); });
     }
 
+    /// An image that is read, as it was when its sizes were taken.
+    struct Watched {
+        const PictureTRV* image = nullptr;
+        ImageShape shape;
+    };
+
     PictureTRV& image_;
     const Shears& shears_;
     const ShearChannels& channels_;
     const bool alone_;
+    std::array<Watched, 3> watched_{};
+    int watchedCount_ = 0;
 };
 
 HostObject Rotate45(PictureTRV& image, double angle, const ShearChannels& channels) {
