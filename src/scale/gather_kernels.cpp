@@ -5,7 +5,7 @@
 namespace trv {
 
 const GatherKernels* ActiveGatherKernels() {
-    return KernelsInUse<GatherKernels>(nullptr, &kGatherKernelsAvx2, &kGatherKernelsAvx512);
+    return KernelsInUse<const GatherKernels*>(nullptr, &kGatherKernelsAvx2, &kGatherKernelsAvx512);
 }
 
 }  // namespace trv
