@@ -1,6 +1,7 @@
 #include "trvhost/debug_capture.h"
 
 #include <cstdio>
+#include <fcntl.h>
 #include <stdexcept>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -18,7 +19,9 @@ DebugCapture::DebugCapture() : impl_(std::make_unique<Impl>()) {
     std::fflush(stderr);
     impl_->file = memfd_create("trvhost debug capture", MFD_CLOEXEC);
     impl_->saved = dup(STDERR_FILENO);
-    if (impl_->file < 0 || impl_->saved < 0 || dup2(impl_->file, STDERR_FILENO) < 0) {
+    // Lines of several threads overwrite each other in such a file, unless each goes to the end of it.
+    const bool appends = impl_->file >= 0 && fcntl(impl_->file, F_SETFL, O_APPEND) == 0;
+    if (!appends || impl_->saved < 0 || dup2(impl_->file, STDERR_FILENO) < 0) {
         throw std::runtime_error("standard error cannot be captured");
     }
 }
@@ -51,7 +54,7 @@ std::vector<std::string> DebugCapture::Lines() const {
 
 void DebugCapture::Clear() {
     std::fflush(stderr);
-    impl_->start = lseek(impl_->file, 0, SEEK_CUR);
+    impl_->start = lseek(impl_->file, 0, SEEK_END);
 }
 
 void DebugCapture::Say(const std::string& line) {
