@@ -11,6 +11,8 @@ namespace {
 using namespace avx2;
 using Kind = PixelOperand::Kind;
 
+constexpr int64_t kBurst = 32;  // vectors
+
 /// MixRule. The weights of source and destination sum to 255, so that the products of samples less 128 stay
 /// inside signed words.
 struct Mix {
@@ -123,10 +125,25 @@ void BlendGroups(uint8_t* out, const PixelBlend& blend, int64_t groups) {
     const Operand<kSource> s(blend.s);
     const Operand<kMask> m(blend.m);
     const Vector write = LoadTwice(blend.write);
-    for (int64_t at = 0; at < groups * PixelBlend::kGroup; at += PixelBlend::kGroup) {
-        const Vector made = Rule::Apply(d.At(at), s.At(at), m.At(at));
-        Store(out + 4 * at, _mm256_blendv_epi8(Load(out + 4 * at), made, write));
+    const auto made = [&](int64_t at) { return Rule::Apply(d.At(at), s.At(at), m.At(at)); };
+    const auto store = [&](int64_t at, Vector v) {
+        Store(out + 4 * at, _mm256_blendv_epi8(Load(out + 4 * at), v, write));
+    };
+    const int64_t pixels = groups * PixelBlend::kGroup;
+    int64_t at = 0;
+    // Four pictures by turns, a vector each, cost memory more time than a burst from three and one to the
+    // last.
+    Vector burst[kBurst];
+    for (; at + kBurst * PixelBlend::kGroup <= pixels; at += kBurst * PixelBlend::kGroup) {
+#pragma GCC unroll 16
+        for (int64_t i = 0; i < kBurst; ++i)
+            burst[i] = made(at + i * PixelBlend::kGroup);
+#pragma GCC unroll 16
+        for (int64_t i = 0; i < kBurst; ++i)
+            store(at + i * PixelBlend::kGroup, burst[i]);
     }
+    for (; at < pixels; at += PixelBlend::kGroup)
+        store(at, made(at));
 }
 
 template <class Rule, Kind kDest, Kind kSource>

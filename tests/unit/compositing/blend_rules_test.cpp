@@ -3,6 +3,7 @@
 
 #include "compositing/blend_rules.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
 #include <vector>
@@ -112,6 +113,68 @@ TEST_P(CompositeKernelsTest, TheBrightness) {
                                        static_cast<int64_t>(count));
         for (size_t i = 0; i < count; ++i)
             ASSERT_EQ(out[i], (red[i] * 77 + green[i] * 151 + blue[i] * 28) / 256);
+    }
+}
+
+/// Random operands of all kinds, of any number of groups and over what is written.
+TEST_P(CompositeKernelsTest, PixelsOfFourBytes) {
+    using Kind = PixelOperand::Kind;
+    if (ActiveCompositeKernels()->mixPixels == nullptr) GTEST_SKIP() << "not in this instruction set";
+    const auto draw = [&](size_t most) { return static_cast<size_t>(random_() % (most + 1)); };
+    for (int round = 0; round < 2000; ++round) {
+        const size_t groups = draw(70), bytes = groups * 32;
+        const auto old = Noise(bytes), elsewhere = Noise(bytes), third = Noise(bytes);
+        auto out = old;
+        PixelBlend blend{};
+        for (uint8_t& byte : blend.write)
+            byte = draw(3) == 0 ? 0 : 255;
+        const auto prepare = [&](PixelOperand& operand, const std::vector<uint8_t>& from, size_t most) {
+            operand.kind = static_cast<Kind>(draw(most));
+            operand.from = from.data();
+            const size_t unit = operand.kind == Kind::Bytes ? 1 : 4;
+            for (size_t i = 0; i < 16; ++i) {
+                const size_t at = operand.kind == Kind::Luma ? 1 : draw(unit - 1);
+                operand.flips[i] = static_cast<uint8_t>(random_());
+                operand.picks[i] = static_cast<uint8_t>(draw(5) == 0 ? 128 : i / 4 * unit + at);
+                // Picking takes everything that goes straight.
+                if (operand.kind == Kind::Straight) operand.flips[i] = 0, operand.picks[i] = i & 15;
+            }
+            const uint8_t weights[4][4] = {
+                {77, 151, 28, 0}, {28, 151, 77, 0}, {0, 77, 151, 28}, {151, 28, 0, 77}};
+            std::copy_n(weights[draw(3)], 4, operand.weights);
+        };
+        // Constant is the last kind, and only m is of the two before it.
+        const bool inPlace = draw(1) == 1;
+        prepare(blend.d, inPlace ? out : elsewhere, 1);
+        prepare(blend.s, elsewhere, 1);
+        prepare(blend.m, third, 4);
+        if (draw(3) == 0) (draw(1) == 0 ? blend.d : blend.s).kind = Kind::Constant;
+        const auto value = [&](const PixelOperand& operand, const std::vector<uint8_t>& from, size_t i) {
+            const size_t place = i % 16, pixel = i / 16 * 4;
+            if (operand.kind == Kind::Constant) return operand.flips[place];
+            uint8_t picked = 0;
+            if (operand.kind == Kind::Luma && operand.picks[place] != 128) {
+                const uint8_t* at = from.data() + 4 * (pixel + operand.picks[place] / 4);
+                int sum = 0;
+                for (size_t k = 0; k < 4; ++k)
+                    sum += at[k] * operand.weights[k];
+                picked = static_cast<uint8_t>((sum >> 8) ^ 128);
+            } else if (operand.picks[place] != 128) {
+                picked = from[pixel * (operand.kind == Kind::Bytes ? 1 : 4) + operand.picks[place]];
+            }
+            return static_cast<uint8_t>(picked ^ operand.flips[place]);
+        };
+        const bool add = draw(1) == 1;
+        std::vector<uint8_t> expected(bytes);
+        for (size_t i = 0; i < bytes; ++i) {
+            const uint8_t d = value(blend.d, inPlace ? old : elsewhere, i), s = value(blend.s, elsewhere, i),
+                          m = value(blend.m, third, i);
+            const uint8_t made = add ? AddRule::Apply(d, s, m) : MixRule::Apply(d, s, m);
+            expected[i] = blend.write[i % 16] != 0 ? made : old[i];
+        }
+        const CompositeKernels& kernels = *ActiveCompositeKernels();
+        (add ? kernels.addPixels : kernels.mixPixels)(out.data(), blend, static_cast<int64_t>(groups));
+        ASSERT_EQ(out, expected) << round;
     }
 }
 
