@@ -38,7 +38,7 @@ class PixelBlender {
 
     PixelBlender() = default;
     bool Prepare(const BlendPlan& plan);
-    bool PrepareOperand(size_t operand, const BlendPlan& plan, BlendValue BlendChannel::*column);
+    bool PrepareOperand(size_t number, const BlendPlan& plan, BlendValue BlendChannel::*column);
     static bool ChooseKind(PixelOperand& operand, const BlendValue& value, const Reach& reach, bool isMask);
     void SetPicks(PixelOperand& operand, const BlendPlan& plan, BlendValue BlendChannel::*column,
                   const Reach& reach) const;
