@@ -11,27 +11,6 @@
 
 namespace trvtest {
 
-/// Names of a family's channels in the order of its letters.
-inline std::vector<std::string> ChannelNames(const Side& side) {
-    std::vector<std::string> names;
-    if (side.family == 'G') names = {"Gray"};
-    if (side.family == 'R') names = {"Red", "Green", "Blue"};
-    if (side.family == 'C') names = {"Cyan", "Magenta", "Yellow", "Black"};
-    if (side.alpha && !names.empty()) names.emplace_back("Alpha");
-    return names;
-}
-
-/// The pixels of all rows of an image without views, row by row, whatever its store.
-inline std::vector<uint8_t> PixelBytes(trvhost::Host& host, const Ref& image) {
-    const int64_t bytes = host.Get<int64_t>(image, "Width") * host.Get<int64_t>(image, "PixelSize");
-    std::vector<uint8_t> all;
-    for (int64_t y = 0; y < host.Get<int64_t>(image, "Height"); ++y) {
-        const auto* row = static_cast<const uint8_t*>(host.Call(image, "RawRowPtr", y).ToPointer());
-        all.insert(all.end(), row, row + bytes);
-    }
-    return all;
-}
-
 /// The samples of a picture, channel by channel within a pixel.
 struct Samples {
     int64_t width = 0, height = 0;

@@ -55,7 +55,7 @@ class GeometryFactory : public GeometryTest {
     Ref Made(const Request& request, int64_t wider = 0, int64_t higher = 0) {
         const Ref image =
             TheHost().Construct("PictureTRV", request.width + wider, request.height + higher, request.format);
-        FillWithNoise(image);
+        FillWithNoise(TheHost(), image, random_);
         return image;
     }
 
@@ -88,7 +88,8 @@ TEST_F(GeometryFactory, TurnsTakeWhatFits) {
                 EXPECT_THAT(requests_, ElementsAre(asked));
                 // The same as turning into it.
                 ASSERT_EQ(Turn(turn, image, other), other);
-                EXPECT_EQ(PixelsOf(result), PixelsOf(other)) << turn.declaration << " " << name;
+                EXPECT_EQ(PixelBytes(TheHost(), result), PixelBytes(TheHost(), other))
+                    << turn.declaration << " " << name;
             }
         }
     }
@@ -115,7 +116,7 @@ TEST_F(GeometryFactory, TurnsRefuseWhatDoesNotFit) {
             ASSERT_TRUE(result);
             EXPECT_NE(result, supplied);
             EXPECT_EQ(requests_.size(), 1U);
-            EXPECT_EQ(PixelsOf(result), PixelsOf(expected)) << turn.declaration;
+            EXPECT_EQ(PixelBytes(TheHost(), result), PixelBytes(TheHost(), expected)) << turn.declaration;
         }
     }
 }
@@ -153,7 +154,7 @@ TEST_F(GeometryFactory, RotateAsksForItsThreeImagesOneAfterTheOther) {
                 ElementsAre(Request{48, 30, format}, Request{48, 46, format}, Request{50, 46, format}));
     ASSERT_EQ(supplied.size(), 3U);
     EXPECT_EQ(result, supplied[2]);
-    EXPECT_EQ(PixelsOf(result), PixelsOf(expected));
+    EXPECT_EQ(PixelBytes(TheHost(), result), PixelBytes(TheHost(), expected));
 }
 
 // Every image is asked for in the format of the one before, and its channels lie where its format has them.
@@ -176,9 +177,9 @@ TEST_F(GeometryFactory, RotateGoesOnInTheFormatThatItWasGiven) {
     const Side to(TheHost(), result);
     for (int64_t y = 0; y < Number(result, "Height"); ++y) {
         for (int64_t x = 0; x < Number(result, "Width"); ++x) {
-            for (const std::string& channel : ChannelsOf(to))
-                ASSERT_EQ(RowOf(result, y)[x * to.pixelSize + to.at.at(channel)],
-                          RowOf(expected, y)[x * from.pixelSize + from.at.at(channel)])
+            for (const std::string& channel : ChannelNames(to))
+                ASSERT_EQ(RawRow(TheHost(), result, y)[x * to.pixelSize + to.at.at(channel)],
+                          RawRow(TheHost(), expected, y)[x * from.pixelSize + from.at.at(channel)])
                     << channel << " at " << x << ", " << y;
         }
     }
@@ -234,7 +235,7 @@ TEST_F(GeometryFactory, RotateGoesThroughLargerImages) {
     const auto samplesOf = [&](const Ref& gray) {
         Samples samples;
         for (int64_t y = 0; y < Number(gray, "Height"); ++y) {
-            const uint8_t* row = RowOf(gray, y);
+            const uint8_t* row = RawRow(TheHost(), gray, y);
             samples.rows.emplace_back(row, row + Number(gray, "Width"));
         }
         return samples;
@@ -288,7 +289,7 @@ TEST_F(GeometryFactory, RotateRefusesWhatDoesNotFit) {
         const Ref result = WithFactory(image, make, [&] { return Rotate(image, 130); });
         // The turned image is a new one, which has no factory of its own.
         EXPECT_EQ(asked, 1);
-        EXPECT_EQ(PixelsOf(result), PixelsOf(expected));
+        EXPECT_EQ(PixelBytes(TheHost(), result), PixelBytes(TheHost(), expected));
     }
 }
 
@@ -304,7 +305,7 @@ TEST_F(GeometryFactory, TheGlobalFactoryServesTheTurnAndTheShears) {
     const Ref result = Rotate(image, 130);
     TheHost().CallShared("PictureFactoryTRV", "SetFactory", nullptr);
     EXPECT_EQ(asked, 4);
-    EXPECT_EQ(PixelsOf(result), PixelsOf(expected));
+    EXPECT_EQ(PixelBytes(TheHost(), result), PixelBytes(TheHost(), expected));
 }
 
 // The event is host code: it makes a small image of one that is being read.
@@ -318,7 +319,7 @@ TEST_F(GeometryFactory, RotateEndsWhereItsImagesBecomeOthers) {
         for (size_t which = 0; which <= when; ++which) {
             SCOPED_TRACE(std::to_string(which) + " at " + std::to_string(when));
             const Ref image = NewImage(300, 200, "ImageFormatRGBA");
-            FillWithNoise(image);
+            FillWithNoise(TheHost(), image, random_);
             std::vector<Ref> images = {image};
             const auto make = [&](const Request& request) {
                 if (images.size() == when + 1) shrink(images[which]);

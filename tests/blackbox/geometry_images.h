@@ -11,16 +11,6 @@
 
 namespace trvtest {
 
-/// Names of the channels that operations of an image's family move, alpha last; empty outside the families.
-inline std::vector<std::string> ChannelsOf(const Side& side) {
-    std::vector<std::string> names;
-    if (side.family == 'G') names = {"Gray"};
-    if (side.family == 'R') names = {"Red", "Green", "Blue"};
-    if (side.family == 'C') names = {"Cyan", "Magenta", "Yellow", "Black"};
-    if (side.alpha && !names.empty()) names.emplace_back("Alpha");
-    return names;
-}
-
 class GeometryTest : public MappedTest {
   protected:
     int64_t Draw(int64_t low, int64_t high) {
@@ -34,28 +24,6 @@ class GeometryTest : public MappedTest {
     }
     MemoryImage Memory(int64_t width, int64_t height, std::string_view format, int64_t padding = 0) {
         return Memory(width, height, Constant(format), padding);
-    }
-
-    [[nodiscard]] uint8_t* RowOf(const Ref& image, int64_t y) const {
-        return static_cast<uint8_t*>(TheHost().Call(image, "RawRowPtr", y).ToPointer());
-    }
-
-    /// Whole pixels of all rows, whatever the image's kind.
-    [[nodiscard]] std::vector<uint8_t> PixelsOf(const Ref& image) const {
-        const int64_t bytes = Number(image, "Width") * Number(image, "PixelSize");
-        std::vector<uint8_t> all;
-        for (int64_t y = 0; y < Number(image, "Height"); ++y) {
-            const uint8_t* row = RowOf(image, y);
-            all.insert(all.end(), row, row + bytes);
-        }
-        return all;
-    }
-    void FillWithNoise(const Ref& image) {
-        const int64_t bytes = Number(image, "Width") * Number(image, "PixelSize");
-        for (int64_t y = 0; y < Number(image, "Height"); ++y) {
-            uint8_t* row = RowOf(image, y);
-            std::generate(row, row + bytes, [&] { return static_cast<uint8_t>(random_()); });
-        }
     }
 
     /// A view of a memory image, or the image, and the bytes of its store that an operation should leave.
@@ -81,7 +49,8 @@ class GeometryTest : public MappedTest {
     /// Where a byte of a view lies in the bytes of its root.
     [[nodiscard]] size_t PlaceOf(const MemoryImage& root, const Ref& view, const Side& side, int64_t x,
                                  int64_t y, const std::string& channel) const {
-        return static_cast<size_t>(RowOf(view, y) - root.Row(0) + x * side.pixelSize + side.at.at(channel));
+        return static_cast<size_t>(RawRow(TheHost(), view, y) - root.Row(0) + x * side.pixelSize +
+                                   side.at.at(channel));
     }
 
     std::mt19937 random_{7};

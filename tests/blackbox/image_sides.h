@@ -1,9 +1,12 @@
 #pragma once
 
-// What a reference needs to know of an image's layout, read from its properties.
+// What a reference needs to know of an image: its layout, read from its properties, and its bytes.
 
+#include <algorithm>
 #include <map>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "plugin_test.h"
 
@@ -29,6 +32,45 @@ struct Side {
         }
     }
 };
+
+/// Names of the channels that operations of an image's family move, alpha last; empty outside the families.
+inline std::vector<std::string> ChannelNames(const Side& side) {
+    std::vector<std::string> names;
+    if (side.family == 'G') names = {"Gray"};
+    if (side.family == 'R') names = {"Red", "Green", "Blue"};
+    if (side.family == 'C') names = {"Cyan", "Magenta", "Yellow", "Black"};
+    if (side.alpha && !names.empty()) names.emplace_back("Alpha");
+    return names;
+}
+
+/// The address of a row, good until the next row of the image is asked for.
+inline uint8_t* RawRow(trvhost::Host& host, const Ref& image, int64_t y) {
+    return static_cast<uint8_t*>(host.Call(image, "RawRowPtr", y).ToPointer());
+}
+
+/// Bytes of the pixels of a row.
+inline int64_t RowBytes(trvhost::Host& host, const Ref& image) {
+    return host.Get<int64_t>(image, "Width") * host.Get<int64_t>(image, "PixelSize");
+}
+
+/// The pixels of all rows of an image without views, row by row, whatever its store.
+inline std::vector<uint8_t> PixelBytes(trvhost::Host& host, const Ref& image) {
+    const int64_t bytes = RowBytes(host, image);
+    std::vector<uint8_t> all;
+    for (int64_t y = 0; y < host.Get<int64_t>(image, "Height"); ++y) {
+        const uint8_t* row = RawRow(host, image, y);
+        all.insert(all.end(), row, row + bytes);
+    }
+    return all;
+}
+
+inline void FillWithNoise(trvhost::Host& host, const Ref& image, std::mt19937& random) {
+    const int64_t bytes = RowBytes(host, image);
+    for (int64_t y = 0; y < host.Get<int64_t>(image, "Height"); ++y) {
+        uint8_t* row = RawRow(host, image, y);
+        std::generate(row, row + bytes, [&] { return static_cast<uint8_t>(random()); });
+    }
+}
 
 /// Gray of a colour.
 inline uint8_t Luma(int red, int green, int blue) {

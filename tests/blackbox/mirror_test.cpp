@@ -24,7 +24,7 @@ class MirrorTest : public GeometryTest {
         const std::vector<uint8_t> before = root.Bytes();
         std::vector<uint8_t> after = before;
         const int64_t width = Number(view, "Width"), height = Number(view, "Height");
-        const std::vector<std::string> channels = side.wide ? std::vector<std::string>() : ChannelsOf(side);
+        const std::vector<std::string> channels = side.wide ? std::vector<std::string>() : ChannelNames(side);
         for (const std::string& channel : channels) {
             for (int64_t y = 0; y < height; ++y) {
                 // The middle row of a half turn shows the row below it, or nothing.
@@ -49,7 +49,7 @@ class MirrorTest : public GeometryTest {
         std::vector<uint8_t> lower(bytes.size());
         const auto write = [&](int64_t y, const std::vector<uint8_t>& from, int64_t fromY) {
             for (int64_t x = 0; x < width; ++x) {
-                for (const std::string& channel : ChannelsOf(side)) {
+                for (const std::string& channel : ChannelNames(side)) {
                     bytes[PlaceOf(root, view, side, x, y, channel)] =
                         from[PlaceOf(root, view, side, mirror.columns ? width - 1 - x : x, fromY, channel)];
                 }
@@ -187,17 +187,18 @@ TEST_F(MirrorTest, MappedImagesMatchImagesInMemory) {
                 for (const bool mirrored : {false, true}) {
                     if (mirrored && height > 100 && format != std::string("ImageFormatG")) continue;
                     Ref mapped = NewMapped(9, height, format, 0, "mirrored");
-                    FillWithNoise(mapped);
+                    FillWithNoise(TheHost(), mapped, random_);
                     const Ref memory = NewImage(9, height, format);
                     TheHost().Call(memory, "FillRect", 0, 0);
                     for (int64_t y = 0; y < height; ++y)
-                        std::memcpy(RowOf(memory, y), RowOf(mapped, y),
+                        std::memcpy(RawRow(TheHost(), memory, y), RawRow(TheHost(), mapped, y),
                                     static_cast<size_t>(9 * Number(memory, "PixelSize")));
                     Ref view = mirrored ? TheHost().Call(mapped, "MirroredView").ToThing() : mapped;
                     TheHost().Call(view, mirror.method);
                     const Ref same = mirrored ? TheHost().Call(memory, "MirroredView").ToThing() : memory;
                     TheHost().Call(same, mirror.method);
-                    EXPECT_EQ(PixelsOf(mapped), PixelsOf(memory)) << format << " " << mirror.method;
+                    EXPECT_EQ(PixelBytes(TheHost(), mapped), PixelBytes(TheHost(), memory))
+                        << format << " " << mirror.method;
                 }
             }
         }

@@ -139,7 +139,7 @@ class RotateFree : public GeometryTest {
         const Side side(TheHost(), image);
         Plane plane(Number(image, "Width"), Number(image, "Height"), 0);
         for (int64_t y = 0; y < plane.height; ++y) {
-            const uint8_t* row = RowOf(image, y);
+            const uint8_t* row = RawRow(TheHost(), image, y);
             for (int64_t x = 0; x < plane.width; ++x)
                 plane.At(x, y) = row[x * side.pixelSize + side.at.at(channel)];
         }
@@ -153,7 +153,7 @@ class RotateFree : public GeometryTest {
         ASSERT_TRUE(result) << angle;
         const Side to(TheHost(), result);
         std::vector<bool> moved(static_cast<size_t>(to.pixelSize), false);
-        for (const std::string& channel : ChannelsOf(side)) {
+        for (const std::string& channel : ChannelNames(side)) {
             const Plane expected = Rotated(PlaneOf(image, channel), angle, background.Of(channel));
             const Plane got = PlaneOf(result, channel);
             ASSERT_EQ(got.width, expected.width) << angle;
@@ -164,7 +164,7 @@ class RotateFree : public GeometryTest {
             moved[static_cast<size_t>(to.at.at(channel))] = true;
         }
         for (int64_t i = 0; i < to.pixelSize; ++i) {  // what belongs to no channel is as it was made
-            EXPECT_TRUE(moved[static_cast<size_t>(i)] || RowOf(result, 0)[i] == 0);
+            EXPECT_TRUE(moved[static_cast<size_t>(i)] || RawRow(TheHost(), result, 0)[i] == 0);
         }
     }
 
@@ -223,7 +223,7 @@ TEST_F(RotateFree, ViewsAndMovedOffsets) {
 
 TEST_F(RotateFree, MappedImagesMatchTheReference) {
     const Ref mapped = NewMapped(60, 5000, "ImageFormatRGB", 0, "rotated");
-    FillWithNoise(mapped);
+    FillWithNoise(TheHost(), mapped, random_);
     ExpectRotated(mapped, 20, AnyBackground());
     ExpectRotated(TheHost().Call(mapped, "MirroredView").ToThing(), 100, AnyBackground());
 }
@@ -234,12 +234,12 @@ TEST_F(RotateFree, RightAnglesAreTurns) {
     for (const double full : {0.0, 360.0, -360.0, 720.0, 36000.0}) {
         EXPECT_EQ(Rotate(image, full, background), image.Object());
         const auto turned = [&](const char* method) {
-            return PixelsOf(TheHost().Call(image, method, nullptr).ToThing());
+            return PixelBytes(TheHost(), TheHost().Call(image, method, nullptr).ToThing());
         };
-        EXPECT_EQ(PixelsOf(Rotate(image, full + 90, background)), turned("Rotate90slow"));
-        EXPECT_EQ(PixelsOf(Rotate(image, full + 180, background)),
+        EXPECT_EQ(PixelBytes(TheHost(), Rotate(image, full + 90, background)), turned("Rotate90slow"));
+        EXPECT_EQ(PixelBytes(TheHost(), Rotate(image, full + 180, background)),
                   turned("Rotate180(dest as PictureTRV=nil) as PictureTRV"));
-        EXPECT_EQ(PixelsOf(Rotate(image, full - 90, background)), turned("Rotate270slow"));
+        EXPECT_EQ(PixelBytes(TheHost(), Rotate(image, full - 90, background)), turned("Rotate270slow"));
     }
 }
 
@@ -280,7 +280,7 @@ TEST_F(RotateFree, GrayOf16BitsGoesByItsFirstByte) {
     const Plane expected = Rotated(PlaneOf(wide, "Gray"), 30, 77);
     EXPECT_EQ(PlaneOf(result, "Gray").bytes, expected.bytes);
     for (int64_t x = 0; x < Number(result, "Width"); ++x)
-        EXPECT_EQ(RowOf(result, 10)[2 * x + 1], 0);
+        EXPECT_EQ(RawRow(TheHost(), result, 10)[2 * x + 1], 0);
 }
 
 TEST_F(RotateFree, TheStagesNameThemselves) {

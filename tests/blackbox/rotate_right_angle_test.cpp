@@ -68,7 +68,7 @@ class RotateRightAngle : public GeometryTest {
         for (const Place& at : Order(turn, view, dest)) {
             const Place to = PlaceAfter(turn.degrees, width, height, at);
             if (to.x >= Number(dest, "Width") || to.y >= Number(dest, "Height")) continue;
-            for (const std::string& channel : ChannelsOf(s)) {
+            for (const std::string& channel : ChannelNames(s)) {
                 expected[PlaceOf(destRoot, dest, d, to.x, to.y, channel)] =
                     from[PlaceOf(sourceRoot, view, s, at.x, at.y, channel)];
             }
@@ -152,7 +152,7 @@ TEST_F(RotateRightAngle, ANewDestinationHasTheTurnedSizeAndTheFormat) {
         for (int64_t y = 0; y < 6; ++y) {
             for (int64_t x = 0; x < 13; ++x) {
                 const Place to = PlaceAfter(turn.degrees, 13, 6, {x, y});
-                const uint8_t* pixel = RowOf(result, to.y) + to.x * 4;
+                const uint8_t* pixel = RawRow(TheHost(), result, to.y) + to.x * 4;
                 EXPECT_EQ(std::memcmp(pixel, &source.At(x, y), 3), 0);
                 EXPECT_EQ(pixel[3], 0);  // the spare byte does not move
             }
@@ -173,7 +173,7 @@ TEST_F(RotateRightAngle, NinetyAndBackRestoresTheImage) {
                 .Call(turned, std::string("Rotate270") + pair + "(dest as PictureTRV=nil) as PictureTRV",
                       nullptr)
                 .ToThing();
-        EXPECT_EQ(PixelsOf(back), PixelsOf(source));
+        EXPECT_EQ(PixelBytes(TheHost(), back), PixelBytes(TheHost(), source));
     }
 }
 
@@ -215,10 +215,10 @@ TEST_F(RotateRightAngle, TilesWithoutAnEdgeFinish) {
         const MemoryImage source = Memory(20, 10, "ImageFormatRGB");
         const Ref clone = TheHost().Call(source, "Clone").ToThing();  // whose MappingRows is -1
         const Ref fromClone = Turn(turn, clone, nullptr);
-        EXPECT_EQ(PixelsOf(fromClone), PixelsOf(Turn(turn, source, nullptr)));
+        EXPECT_EQ(PixelBytes(TheHost(), fromClone), PixelBytes(TheHost(), Turn(turn, source, nullptr)));
         const Ref intoClone = TheHost().Call(fromClone, "Clone").ToThing();
         TheHost().Call(intoClone, "FillRect", 0);
-        EXPECT_EQ(PixelsOf(Turn(turn, source, intoClone)), PixelsOf(fromClone));
+        EXPECT_EQ(PixelBytes(TheHost(), Turn(turn, source, intoClone)), PixelBytes(TheHost(), fromClone));
     }
 }
 
@@ -227,7 +227,7 @@ TEST_F(RotateRightAngle, MappedImagesMatchImagesInMemory) {
         for (const int64_t width : {5, 5000}) {  // 5000 rows take more than a window
             for (int kind = 0; kind < 8; ++kind) {
                 const Ref memory = NewImage(width, 4400, "ImageFormatG");
-                if (width == 5 || kind == 3 || kind == 7) FillWithNoise(memory);
+                if (width == 5 || kind == 3 || kind == 7) FillWithNoise(TheHost(), memory, random_);
                 if (width > 5 && kind != 3 && kind != 7) continue;
                 const Ref plain = Turn(turn, memory, nullptr);
                 Ref source = memory, dest;
@@ -244,9 +244,11 @@ TEST_F(RotateRightAngle, MappedImagesMatchImagesInMemory) {
                         Turn(turn, TheHost().Call(memory, "MirroredView").ToThing(), nullptr);
                     const Ref destView = dest ? TheHost().Call(dest, "MirroredView").ToThing() : Ref();
                     const Ref result = Turn(turn, view, destView);
-                    EXPECT_TRUE(PixelsOf(result) == PixelsOf(expected)) << turn.declaration << kind;
+                    EXPECT_TRUE(PixelBytes(TheHost(), result) == PixelBytes(TheHost(), expected))
+                        << turn.declaration << kind;
                 } else {
-                    EXPECT_TRUE(PixelsOf(Turn(turn, source, dest)) == PixelsOf(plain))
+                    EXPECT_TRUE(PixelBytes(TheHost(), Turn(turn, source, dest)) ==
+                                PixelBytes(TheHost(), plain))
                         << turn.declaration << kind;
                 }
             }
@@ -258,10 +260,11 @@ TEST_F(RotateRightAngle, WithinOneMappedImage) {
     for (const TurnMethod& turn : kTurns) {
         const Ref mapped = NewMapped(7, 7, "ImageFormatRGB", 0, "turned"),
                   memory = NewImage(7, 7, "ImageFormatRGB");
-        FillWithNoise(mapped);
+        FillWithNoise(TheHost(), mapped, random_);
         TheHost().Call(memory, "CopyPixels(source as PictureTRV) as boolean", mapped);
         EXPECT_EQ(Number(mapped, "MappingRows"), 7);
-        EXPECT_EQ(PixelsOf(Turn(turn, mapped, mapped)), PixelsOf(Turn(turn, memory, memory)))
+        EXPECT_EQ(PixelBytes(TheHost(), Turn(turn, mapped, mapped)),
+                  PixelBytes(TheHost(), Turn(turn, memory, memory)))
             << turn.declaration;
     }
 }

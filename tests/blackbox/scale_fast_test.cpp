@@ -70,8 +70,9 @@ class ScaleFast : public GeometryTest {
                 const auto sx = static_cast<int64_t>(static_cast<double>(x) * fx);
                 const auto sy = static_cast<int64_t>(static_cast<double>(y) * fy);
                 const auto fromAt =
-                    static_cast<size_t>(RowOf(source, sy) - sourceRoot.Row(0) + sx * s.pixelSize);
-                const auto toAt = static_cast<size_t>(RowOf(dest, y) - destRoot.Row(0) + x * d.pixelSize);
+                    static_cast<size_t>(RawRow(TheHost(), source, sy) - sourceRoot.Row(0) + sx * s.pixelSize);
+                const auto toAt =
+                    static_cast<size_t>(RawRow(TheHost(), dest, y) - destRoot.Row(0) + x * d.pixelSize);
                 done = MovePixel(s, from.data() + fromAt, d, after.data() + toAt);
             }
         }
@@ -151,17 +152,17 @@ TEST_F(ScaleFast, AnInkIsReadBeforeTheInksAreCleared) {
 TEST_F(ScaleFast, MappedImagesMatchImagesInMemory) {
     const Ref mapped = NewMapped(9, 9001, "ImageFormatRGB", 0, "source"),
               memory = NewImage(9, 9001, "ImageFormatRGB");
-    FillWithNoise(mapped);
+    FillWithNoise(TheHost(), mapped, random_);
     TheHost().Call(memory, "CopyPixels(source as PictureTRV) as boolean", mapped);
     const Ref target = NewMapped(20, 7000, "ImageFormatRGB", 0, "dest"),
               expected = NewImage(20, 7000, "ImageFormatRGB");
     EXPECT_TRUE(Scale(target, mapped, 20, 7000));
     EXPECT_TRUE(Scale(expected, memory, 20, 7000));
-    EXPECT_TRUE(PixelsOf(target) == PixelsOf(expected));
+    EXPECT_TRUE(PixelBytes(TheHost(), target) == PixelBytes(TheHost(), expected));
     // Onto itself: a row is read before it is written, from top to bottom.
     EXPECT_TRUE(Scale(mapped, mapped, 5, 4000));
     EXPECT_TRUE(Scale(memory, memory, 5, 4000));
-    EXPECT_TRUE(PixelsOf(mapped) == PixelsOf(memory));
+    EXPECT_TRUE(PixelBytes(TheHost(), mapped) == PixelBytes(TheHost(), memory));
 }
 
 TEST_F(ScaleFast, SizesAreCutToTheDestination) {

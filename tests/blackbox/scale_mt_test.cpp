@@ -65,15 +65,15 @@ TEST_F(ScaleMT, EveryModeWithEveryNumberOfThreads) {
 TEST_F(ScaleMT, MappedImagesGoToThePlainScaler) {
     const Ref mapped = NewMapped(30, 20, "ImageFormatRGB", 0, "source"),
               target = NewMapped(17, 33, "ImageFormatRGB", 0, "dest");
-    FillWithNoise(mapped);
+    FillWithNoise(TheHost(), mapped, random_);
     const Ref dest = NewImage(17, 33, "ImageFormatRGB"), expected = NewImage(17, 33, "ImageFormatRGB");
     ASSERT_TRUE(Plain(expected, mapped, nullptr, 3, 17, 33));
     const auto lines = LogOf([&] { EXPECT_TRUE(Threaded(4, dest, mapped, nullptr, 3, 17, 33)); });
-    EXPECT_EQ(PixelsOf(dest), PixelsOf(expected));
+    EXPECT_EQ(PixelBytes(TheHost(), dest), PixelBytes(TheHost(), expected));
     EXPECT_THAT(lines, Contains("PictureScaleTRV 3, 17, 33"));
     EXPECT_THAT(lines, Not(Contains(StartsWith("RunThreads"))));
     EXPECT_TRUE(Threaded(4, target, mapped, nullptr, 3, 17, 33));
-    EXPECT_EQ(PixelsOf(target), PixelsOf(expected));
+    EXPECT_EQ(PixelBytes(TheHost(), target), PixelBytes(TheHost(), expected));
 }
 
 TEST_F(ScaleMT, ASuppliedTempHoldsTheHorizontalResult) {
@@ -82,13 +82,13 @@ TEST_F(ScaleMT, ASuppliedTempHoldsTheHorizontalResult) {
     const Ref dest = NewImage(20, 50, "ImageFormatRGBA"), expected = NewImage(20, 50, "ImageFormatRGBA");
     EXPECT_TRUE(Threaded(3, dest, source, temp, 5, 20, 50));
     EXPECT_TRUE(Plain(expected, source, other, 5, 20, 50));
-    EXPECT_EQ(PixelsOf(temp), PixelsOf(other));
-    EXPECT_EQ(PixelsOf(dest), PixelsOf(expected));
+    EXPECT_EQ(PixelBytes(TheHost(), temp), PixelBytes(TheHost(), other));
+    EXPECT_EQ(PixelBytes(TheHost(), dest), PixelBytes(TheHost(), expected));
     // A mapped one shows one window at a time.
     const Ref mapped = NewMapped(20, 30, "ImageFormatScaling4", 0, "temp"),
               again = NewImage(20, 50, "ImageFormatRGBA");
     EXPECT_TRUE(Threaded(3, again, source, mapped, 5, 20, 50));
-    EXPECT_EQ(PixelsOf(again), PixelsOf(expected));
+    EXPECT_EQ(PixelBytes(TheHost(), again), PixelBytes(TheHost(), expected));
 }
 
 TEST_F(ScaleMT, UnsuitableTempsOfAFactoryGoToThePlainScaler) {
@@ -107,7 +107,7 @@ TEST_F(ScaleMT, UnsuitableTempsOfAFactoryGoToThePlainScaler) {
         const auto lines = LogOf([&] { EXPECT_TRUE(Threaded(2, dest, source, nullptr, 5, 20, 50)); });
         TheHost().Set(source, "Factory", nullptr);
         EXPECT_EQ(asked, 1);
-        EXPECT_EQ(PixelsOf(dest), PixelsOf(expected));
+        EXPECT_EQ(PixelBytes(TheHost(), dest), PixelBytes(TheHost(), expected));
         return lines;
     };
     EXPECT_THAT(withTemps([&](int64_t width, int64_t height) {
@@ -213,13 +213,13 @@ TEST_F(ScaleMT, HostPicturesAndViews) {
     const trvhost::Picture picture = TheHost().NewPicture(50, 40);
     const Ref source = TheHost().Construct("PictureTRV", picture);
     ASSERT_TRUE(Flag(source, "Valid"));
-    FillWithNoise(source);
+    FillWithNoise(TheHost(), source, random_);
     const Ref view = TheHost().Call(source, "ClipImage", 3, 4, 30, 20).ToThing();
     for (const Ref& from : {source, TheHost().Call(view, "MirroredView").ToThing()}) {
         const Ref dest = NewImage(44, 71, "ImageFormatRGB"), expected = NewImage(44, 71, "ImageFormatRGB");
         EXPECT_TRUE(Threaded(5, dest, from, nullptr, 3, 44, 71));
         EXPECT_TRUE(Plain(expected, from, nullptr, 3, 44, 71));
-        EXPECT_EQ(PixelsOf(dest), PixelsOf(expected));
+        EXPECT_EQ(PixelBytes(TheHost(), dest), PixelBytes(TheHost(), expected));
     }
 }
 

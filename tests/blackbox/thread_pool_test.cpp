@@ -40,7 +40,7 @@ class ThreadPoolTest : public GeometryTest {
     [[nodiscard]] std::vector<std::string> ScaleOn(int64_t threads) const {
         const Ref dest = Target();
         auto lines = LogOf([&] { Call("ScaleMT", dest, threads); });
-        EXPECT_EQ(PixelsOf(dest), PixelsOf(expected_));
+        EXPECT_EQ(PixelBytes(TheHost(), dest), PixelBytes(TheHost(), expected_));
         return lines;
     }
 

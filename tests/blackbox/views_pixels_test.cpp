@@ -5,6 +5,7 @@
 #include <functional>
 #include <numeric>
 
+#include "image_sides.h"
 #include "mapped_test.h"
 
 namespace trvtest {
@@ -60,29 +61,6 @@ class ViewsPixels : public MappedTest, public testing::WithParamInterface<Store>
         return std::uniform_int_distribution<int64_t>(low, high)(random_);
     }
 
-    uint8_t* RowOf(const Ref& image, int64_t y) const {
-        return static_cast<uint8_t*>(TheHost().Call(image, "RawRowPtr", y).ToPointer());
-    }
-
-    /// The pixels of all rows of an image without views, row by row.
-    std::vector<uint8_t> BytesOf(const Ref& image) const {
-        const int64_t bytes = Number(image, "Width") * Number(image, "PixelSize");
-        std::vector<uint8_t> all;
-        for (int64_t y = 0; y < Number(image, "Height"); ++y) {
-            const uint8_t* row = RowOf(image, y);
-            all.insert(all.end(), row, row + bytes);
-        }
-        return all;
-    }
-
-    void FillWithNoise(const Ref& image) {
-        const int64_t bytes = Number(image, "Width") * Number(image, "PixelSize");
-        for (int64_t y = 0; y < Number(image, "Height"); ++y) {
-            uint8_t* row = RowOf(image, y);
-            std::generate(row, row + bytes, [&] { return static_cast<uint8_t>(random_()); });
-        }
-    }
-
     /// An image of a store, full of noise.
     Shown NewRoot(const Store& store, int64_t width, int64_t height, int64_t format) {
         Shown root;
@@ -111,7 +89,7 @@ class ViewsPixels : public MappedTest, public testing::WithParamInterface<Store>
         root.height = height;
         root.pixelBytes.resize(static_cast<size_t>(Number(root.image, "PixelSize")));
         std::iota(root.pixelBytes.begin(), root.pixelBytes.end(), 0);
-        FillWithNoise(root.image);
+        FillWithNoise(TheHost(), root.image, random_);
         return root;
     }
 
@@ -378,7 +356,7 @@ class ViewsPixels : public MappedTest, public testing::WithParamInterface<Store>
     void ExpectSameOutcome(const Shown& root, const Shown& view, const Operation& operation) {
         const int64_t pixelSize = Number(root.image, "PixelSize");
         const int64_t rowBytes = root.width * pixelSize;
-        std::vector<uint8_t> expected = BytesOf(root.image);
+        std::vector<uint8_t> expected = PixelBytes(TheHost(), root.image);
         const MemoryImage plain = PlainCopy(view, expected, rowBytes, pixelSize);
         const std::string fromPlain = operation.run(plain);
         ASSERT_TRUE(plain.GuardIntact());
@@ -389,7 +367,7 @@ class ViewsPixels : public MappedTest, public testing::WithParamInterface<Store>
         const std::string what =
             operation.name + " on" + view.story + ", format " + std::to_string(root.format);
         ASSERT_EQ(fromView == fromPlain, true) << what;
-        const std::vector<uint8_t> found = BytesOf(root.image);
+        const std::vector<uint8_t> found = PixelBytes(TheHost(), root.image);
         const auto [at, wanted] = std::mismatch(found.begin(), found.end(), expected.begin());
         ASSERT_EQ(at, found.end()) << what << ": byte " << (at - found.begin()) % rowBytes << " of row "
                                    << (at - found.begin()) / rowBytes << " is " << int(*at) << ", not "
@@ -465,27 +443,27 @@ TEST_P(ViewsPixels, AreClearedFromTheLeftEdgeOfTheStore) {
         const int64_t x = Between(0, view.width - 1), y = Between(0, view.height - 1);
         const int64_t width = Between(1, view.width - x), height = Between(1, view.height - y);
         const int64_t pixelSize = Number(root.image, "PixelSize");
-        std::vector<uint8_t> expected = BytesOf(root.image);
+        std::vector<uint8_t> expected = PixelBytes(TheHost(), root.image);
         for (int64_t row = y; row < y + height; ++row) {
             uint8_t* pixels = expected.data() + view.RootRow(row) * 40 * pixelSize;
             std::fill_n(pixels + x * pixelSize, width * pixelSize, uint8_t{0});
         }
         TheHost().Call(view.image, "ClearRect", x, y, width, height);
-        ASSERT_EQ(BytesOf(root.image) == expected, true) << view.story;
+        ASSERT_EQ(PixelBytes(TheHost(), root.image) == expected, true) << view.story;
         for (int64_t row = 0; row < view.height; ++row)
             std::fill_n(expected.data() + view.RootRow(row) * 40 * pixelSize, 40 * pixelSize, uint8_t{0});
         TheHost().Call(view.image, "ClearRect");
-        ASSERT_EQ(BytesOf(root.image) == expected, true) << view.story;
+        ASSERT_EQ(PixelBytes(TheHost(), root.image) == expected, true) << view.story;
     }
 }
 
 TEST_P(ViewsPixels, OfAColumnAreClearedLeftOfIt) {
     if (!Start(GetParam())) GTEST_SKIP() << "this system has no such pictures";
     const Shown root = NewRoot(GetParam(), 20, 10, Constant("ImageFormatRGB"));
-    const auto before = BytesOf(root.image);
+    const auto before = PixelBytes(TheHost(), root.image);
     const int64_t pixelSize = Number(root.image, "PixelSize");
     TheHost().Call(TheHost().Call(root.image, "ClipImage", 10, 0, 10, 10).ToThing(), "ClearRect", 0, 0, 5, 1);
-    const auto after = BytesOf(root.image);
+    const auto after = PixelBytes(TheHost(), root.image);
     EXPECT_EQ(std::vector<uint8_t>(static_cast<size_t>(5 * pixelSize), 0),
               std::vector<uint8_t>(after.begin(), after.begin() + 5 * pixelSize));
     EXPECT_TRUE(std::equal(before.begin() + 5 * pixelSize, before.end(), after.begin() + 5 * pixelSize));
@@ -502,10 +480,11 @@ TEST_P(ViewsPixels, MirrorTwiceToNothing) {
                          .ToThing();
     const auto bytes = static_cast<size_t>(20 * Number(root.image, "PixelSize"));
     for (int64_t y = 0; y < 10; ++y) {
-        EXPECT_EQ(std::memcmp(RowOf(mirror, y), RowOf(root.image, 9 - y), bytes), 0);
-        EXPECT_EQ(std::memcmp(RowOf(twice, y), RowOf(root.image, y), bytes), 0);
+        EXPECT_EQ(std::memcmp(RawRow(TheHost(), mirror, y), RawRow(TheHost(), root.image, 9 - y), bytes), 0);
+        EXPECT_EQ(std::memcmp(RawRow(TheHost(), twice, y), RawRow(TheHost(), root.image, y), bytes), 0);
         if (y < 4) {
-            EXPECT_EQ(std::memcmp(RowOf(part, y), RowOf(root.image, 6 - y), bytes), 0);
+            EXPECT_EQ(std::memcmp(RawRow(TheHost(), part, y), RawRow(TheHost(), root.image, 6 - y), bytes),
+                      0);
         }
     }
 }
@@ -516,7 +495,7 @@ TEST_P(ViewsPixels, WithoutPixelsEndQuietly) {
     constexpr int64_t kMost = INT64_MAX, kLeast = INT64_MIN;
     for (const int64_t format : {1, 2, 10, 11, 24, 41}) {
         const Shown root = NewRoot(GetParam(), 20, 10, format);
-        const auto before = BytesOf(root.image);
+        const auto before = PixelBytes(TheHost(), root.image);
         const MemoryImage other(TheHost(), 20, 10, root.format);
         const auto otherBefore = other.Bytes();
         for (const auto& [x, y, width, height] : {std::array<int64_t, 4>{5, 5, 0, 0},
@@ -542,7 +521,7 @@ TEST_P(ViewsPixels, WithoutPixelsEndQuietly) {
                                     : TheHost().Call(view, "ClipImage", 1, 1, 3, 3).ToThing();
             }
         }
-        EXPECT_EQ(BytesOf(root.image) == before, true);
+        EXPECT_EQ(PixelBytes(TheHost(), root.image) == before, true);
         EXPECT_EQ(other.Bytes() == otherBefore, true);
     }
 }
