@@ -1,7 +1,7 @@
 #pragma once
 
-// What the kernels of several subjects for any x86-64 processor are made of: the names of vectors_avx2.h, half
-// as wide.
+// What the kernels of several subjects for any x86-64 processor are made of: the names of vectors_avx2.h,
+// half as wide.
 
 #include <cstdint>
 #include <emmintrin.h>
