@@ -50,3 +50,28 @@ add_library(trv_strict_warnings INTERFACE)
 target_link_libraries(trv_strict_warnings INTERFACE trv_warnings)
 # In C++ GCC's -Wconversion leaves signs alone; with this Clang's means the same.
 target_compile_options(trv_strict_warnings INTERFACE -Wconversion -Wno-sign-conversion)
+
+# trv_set_instruction_set(source): compiles a source for the processors that its name tells, see src/CMakeLists.txt.
+function(trv_set_instruction_set source)
+    set(avx2Flags -mavx2 -mfma)
+    set(avx512Flags -mavx512f -mavx512bw -mavx512vl -mavx512dq -mfma)
+    if(MINGW)
+        # Stack slots are aligned to 16 bytes only on Win64, and GCC spills wide registers with aligned moves.
+        list(APPEND avx2Flags -Wa,-muse-unaligned-vector-move)
+        list(APPEND avx512Flags -Wa,-muse-unaligned-vector-move)
+    endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # GCC 12 warns inside its own header of 512-bit intrinsics.
+        list(APPEND avx512Flags -Wno-uninitialized -Wno-maybe-uninitialized)
+    endif()
+    if(source MATCHES "_avx2\\.cpp$")
+        set(flags ${avx2Flags})
+    elseif(source MATCHES "_avx512\\.cpp$")
+        set(flags ${avx512Flags})
+    elseif(source MATCHES "_baseline\\.cpp$")
+        set(flags "")
+    else()
+        return()
+    endif()
+    set_property(SOURCE "${source}" APPEND PROPERTY COMPILE_OPTIONS ${flags} $<$<NOT:$<CONFIG:Debug>>:-O3>)
+endfunction()
