@@ -33,7 +33,9 @@ void LengthenString(const trvhost::Host& host, trvhost::Value& value, int64_t by
 /// A product that a program can have made of any numbers; what is too much stays too much.
 int64_t Product(int64_t a, int64_t b, int64_t c = 1) {
     constexpr int64_t kTooMuch = int64_t{1} << 40;
-    return static_cast<int64_t>(std::clamp<Wide>(Wide{a} * b * c, 0, kTooMuch));
+    // Three numbers of 64 bits are more than a wide one holds.
+    const Wide two = std::clamp<Wide>(Wide{a} * b, -kTooMuch, kTooMuch);
+    return static_cast<int64_t>(std::clamp<Wide>(two * c, 0, kTooMuch));
 }
 
 /// Row setters read as many bytes as the rows take.
