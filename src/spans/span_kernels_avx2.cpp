@@ -26,18 +26,21 @@ void Shuffle(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle
         return _mm256_xor_si256(_mm256_shuffle_epi8(LoadTwo(first, first + fromBytes), picks2), flips2);
     };
     if (shuffle.writesAll) {
-        __m256i burst[kBurst];
-        for (; groups >= 2 * kBurst; groups -= 2 * kBurst) {
-#pragma GCC unroll 16
-            for (__m256i& bytes : burst) {
-                bytes = made(from);
-                from += 2 * fromBytes;
+        if (toBytes == 12) {
+            // Two groups as one run of 24 bytes; the 8 behind it are the next group's, so one is left over.
+            const Vector joined = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 7, 7);
+            for (; groups >= 5; groups -= 4, from += 4 * fromBytes, to += 48) {
+                const Vector first = _mm256_permutevar8x32_epi32(made(from), joined);
+                const Vector second = _mm256_permutevar8x32_epi32(made(from + 2 * fromBytes), joined);
+                Store(to, first);
+                Store(to + 24, second);
             }
-#pragma GCC unroll 16
-            for (const __m256i& bytes : burst) {
-                StoreTwo(to, to + toBytes, bytes);
-                to += 2 * toBytes;
-            }
+        }
+        for (; groups >= 4; groups -= 4, from += 4 * fromBytes, to += 4 * toBytes) {
+            const Vector first = made(from);
+            const Vector second = made(from + 2 * fromBytes);
+            StoreTwo(to, to + toBytes, first);
+            StoreTwo(to + 2 * toBytes, to + 3 * toBytes, second);
         }
         for (; groups > 0; --groups, from += fromBytes, to += toBytes)
             StoreHalf(to, _mm_xor_si128(_mm_shuffle_epi8(LoadHalf(from), picks), flips));
