@@ -1,6 +1,6 @@
-// Span kernels for AVX2. These runs are bound by memory, so wider vectors would gain nothing. What they gain
-// from is bursts: memory that is read and written by turns, a vector each, takes up to a quarter longer than
-// some lines of one and then some lines of the other.
+// Span kernels for AVX2. These runs are bound by memory, so wider vectors would gain nothing. What those gain
+// from that change the amount is bursts: memory that is read and written by turns, a vector each, takes up to
+// a quarter longer than some lines of one and then some lines of the other.
 
 #include "spans/span_kernels.h"
 #include "spans/vectors_avx2.h"
