@@ -64,6 +64,10 @@ HostObject CreatePicture(const PictureTRV* image, int64_t width, int64_t height,
     return picture;
 }
 
+bool HasFactory(const PictureTRV* image) {
+    return globalFactory != nullptr || (image != nullptr && image->Factory != nullptr);
+}
+
 HostObject CreatePictureLocal(HostObject me, int64_t width, int64_t height, int64_t format) {
     return CreatePicture(RecordOf(me), width, height, format);
 }

@@ -20,6 +20,10 @@ extern ClassDefinition factoryClass;
 [[nodiscard]] HostObject CreatePicture(const PictureTRV* image, int64_t width, int64_t height,
                                        int64_t format);
 
+/// Whether a factory would be asked for an image like `image`, which may be null. Where none is, nobody but
+/// the caller of CreatePicture knows what it made.
+[[nodiscard]] bool HasFactory(const PictureTRV* image);
+
 /// CreatePicture for an image that a host program names; nil asks the global factory at once.
 HostObject CreatePictureLocal(HostObject me, int64_t width, int64_t height, int64_t format);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
 
 #include "image/pixel_loop.h"
 #include "scale/plain_pass.h"
@@ -26,9 +27,10 @@ const uint8_t kZeroLine[kGroupLanes] = {};
 /// The working memory of one run, and what it does with a block of rows.
 class HorizontalBlock {
   public:
-    explicit HorizontalBlock(const HorizontalPass& pass)
+    HorizontalBlock(const HorizontalPass& pass, PictureTRV& temp)
         : pass_(pass),
           task_(pass.task_),
+          temp_(temp),
           pixelSize_(task_.source.PixelSize),
           sampleBytes_(task_.family.wide ? 2 : 1),
           window_(kWindowBytes),
@@ -43,7 +45,10 @@ class HorizontalBlock {
         return window_.Ok() && open_.Ok() && lines_.Ok() && stage_.Ok() && tile_.Ok() && results_.Ok() &&
                doubts_.Ok();
     }
-    [[nodiscard]] int64_t MostRows() const { return kMostGroups / pass_.planeCount_ * kGroupLanes; }
+    /// Rows that it takes at once.
+    [[nodiscard]] int64_t MostRows() const {
+        return std::min({pass_.BlockRows(), RowsInReach(task_.source), RowsInReach(temp_)});
+    }
     [[nodiscard]] const DoubtMeter& Meter() const { return meter_; }
 
     /// Source rows `y` and following, at most MostRows().
@@ -224,7 +229,7 @@ class HorizontalBlock {
         for (int64_t rowGroup = 0; rowGroup < rowGroups_; ++rowGroup) {
             TransposeResults(group, rowGroup, bytes);
             for (int64_t k = 0; k < kGroupLanes && rowGroup * kGroupLanes + k < rows_; ++k) {
-                uint8_t* row = FetchInside(task_.temp, y_ + rowGroup * kGroupLanes + k);
+                uint8_t* row = FetchInside(temp_, y_ + rowGroup * kGroupLanes + k);
                 if (row == nullptr) continue;
                 std::memcpy(row + group.begin * task_.family.pixelBytes, results_.Get() + k * kResultBytes,
                             static_cast<size_t>(bytes));
@@ -270,6 +275,7 @@ class HorizontalBlock {
 
     const HorizontalPass& pass_;
     const ScaleTask& task_;
+    PictureTRV& temp_;
     const int64_t pixelSize_;
     const int64_t sampleBytes_;
     WorkBlock<uint8_t> window_;
@@ -367,25 +373,45 @@ void HorizontalPass::RunPlain(int64_t first, int64_t last, bool yields) const {
     }
 }
 
+bool HorizontalPass::IsFast() const {
+    return kernels_ != nullptr && !NeedsPlainOrder(task_.source, task_.temp);
+}
+
+int64_t HorizontalPass::BlockRows() const {
+    return kMostGroups / planeCount_ * kGroupLanes;
+}
+
 void HorizontalPass::Run(int64_t first, int64_t last, bool yields) const {
     last = std::min(last, task_.SourceRows() - 1);
     if (first > last) return;
-    if (kernels_ == nullptr || NeedsPlainOrder(task_.source, task_.temp))
-        return RunPlain(first, last, yields);
-    HorizontalBlock block(*this);
-    if (!block.Ok()) return RunPlain(first, last, yields);
-    const int64_t most = std::min({block.MostRows(), RowsInReach(task_.source), RowsInReach(task_.temp)});
-    bool useWide = tables_.UseWide();
+    if (!IsFast()) return RunPlain(first, last, yields);
+    HorizontalRows rows(*this, task_.temp);
+    if (!rows.Ok()) return RunPlain(first, last, yields);
+    (void)rows.Do(first, last, yields);
+}
+
+HorizontalRows::HorizontalRows(const HorizontalPass& pass, PictureTRV& temp)
+    : pass_(pass), block_(new (std::nothrow) HorizontalBlock(pass, temp)), useWide_(pass.tables_.UseWide()) {}
+
+HorizontalRows::~HorizontalRows() = default;
+
+bool HorizontalRows::Ok() const {
+    return block_ != nullptr && block_->Ok();
+}
+
+bool HorizontalRows::Do(int64_t first, int64_t last, bool yields) {
+    const int64_t most = block_->MostRows();
     for (int64_t y = first; y <= last; y += most) {
         const int64_t rows = std::min(most, last + 1 - y);
-        if (useWide) {
-            block.Do<double>(y, rows);
+        if (useWide_) {
+            block_->Do<double>(y, rows);
         } else {
-            block.Do<float>(y, rows);
+            block_->Do<float>(y, rows);
         }
-        useWide = useWide || block.Meter().TooMany();
-        if (!YieldAfter(rows, yields)) return;
+        useWide_ = useWide_ || block_->Meter().TooMany();
+        if (!pass_.YieldAfter(rows, yields)) return false;
     }
+    return true;
 }
 
 }  // namespace trv

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
 #include "scale/exact.h"
 #include "scale/pass_support.h"
@@ -17,18 +18,22 @@
 
 namespace trv {
 
-class HorizontalPass {
+class HorizontalPass final : public RowPass {
   public:
     /// Prepares the pass over lists that the builders have filled. `contrib` must outlive it.
     HorizontalPass(const ScaleTask& task, const ContributionList* contrib);
 
-    /// Does the rows from `first` to `last`, both included. With `yields` the host gets its time as the
-    /// destination wants it. Several threads can do different rows of unmapped images, none of them with
-    /// `yields`.
-    void Run(int64_t first, int64_t last, bool yields) const;
+    /// Does rows of the source.
+    void Run(int64_t first, int64_t last, bool yields) const override;
+
+    /// Whether the vector kernels can do it.
+    [[nodiscard]] bool IsFast() const;
+    /// Rows that a fast pass does together; fewer of mapped images.
+    [[nodiscard]] int64_t BlockRows() const;
 
   private:
     friend class HorizontalBlock;
+    friend class HorizontalRows;
 
     /// Bytes of a row that are transposed together: those of the channels within a pixel's size of each
     /// other.
@@ -45,7 +50,6 @@ class HorizontalPass {
 
     void FindPlanes();
     void FindSpans();
-    [[nodiscard]] int AddSpan(int64_t offset, int64_t bytes);
     void RunPlain(int64_t first, int64_t last, bool yields) const;
     [[nodiscard]] bool YieldAfter(int64_t rows, bool yields) const;
 
@@ -59,6 +63,27 @@ class HorizontalPass {
     int planeCount_ = 0;
     std::array<Span, kMostSlots> spans_{};
     int spanCount_ = 0;
+};
+
+class HorizontalBlock;
+
+/// A fast horizontal pass at work on one thread.
+class HorizontalRows {
+  public:
+    /// Rows go into `temp`, which is the task's own or has its shape. Both must outlive it.
+    HorizontalRows(const HorizontalPass& pass, PictureTRV& temp);
+    ~HorizontalRows();
+
+    /// Whether there is memory to work with.
+    [[nodiscard]] bool Ok() const;
+    /// As HorizontalPass::Run. False, with rows left undone, if the host has made other images of the records
+    /// meanwhile.
+    [[nodiscard]] bool Do(int64_t first, int64_t last, bool yields);
+
+  private:
+    const HorizontalPass& pass_;
+    std::unique_ptr<HorizontalBlock> block_;
+    bool useWide_;
 };
 
 }  // namespace trv

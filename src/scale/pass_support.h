@@ -12,6 +12,20 @@
 
 namespace trv {
 
+/// Rows for a runner to have done, in any order and by any number of threads.
+class RowPass {
+  public:
+    RowPass() = default;
+    virtual ~RowPass() = default;
+    RowPass(const RowPass&) = delete;
+    RowPass& operator=(const RowPass&) = delete;
+
+    /// Does the rows from `first` to `last`, both included. With `yields` the host gets its time as the
+    /// destination wants it. Several threads can do different rows of unmapped images, none of them with
+    /// `yields`.
+    virtual void Run(int64_t first, int64_t last, bool yields) const = 0;
+};
+
 /// Bytes of a window, in the cache behind the first: as many positions as fit are worked on together.
 inline constexpr int64_t kWindowBytes = 128 * 1024;
 /// Bytes of a window where even one group of lists needs several. Such lists are long and walk over the whole

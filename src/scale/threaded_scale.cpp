@@ -16,9 +16,8 @@ namespace trv {
 namespace {
 
 /// The pass that a job works on.
-template <class Pass>
 struct PassBlock {
-    const Pass& pass;
+    const RowPass& pass;
     const char* family;
 };
 
@@ -32,13 +31,13 @@ void StartJob(const char* family, int stage, const char* name, int64_t job, bool
 }
 
 void Scale3mt(int64_t first, int64_t last, int64_t job, bool onMainThread, void* data) {
-    const auto& block = *static_cast<const PassBlock<HorizontalPass>*>(data);
+    const auto& block = *static_cast<const PassBlock*>(data);
     StartJob(block.family, 3, "PictureScale Horizontal", job, onMainThread);
     if (first <= last) block.pass.Run(first, last, false);
 }
 
 void Scale6mt(int64_t first, int64_t last, int64_t job, bool onMainThread, void* data) {
-    const auto& block = *static_cast<const PassBlock<VerticalPass>*>(data);
+    const auto& block = *static_cast<const PassBlock*>(data);
     StartJob(block.family, 6, "PictureScale Vertical", job, onMainThread);
     if (first <= last) block.pass.Run(first, last, false);
     TRV_LOG("function 6 done");
@@ -49,12 +48,12 @@ class ThreadedRunner final : public PassRunner {
   public:
     explicit ThreadedRunner(int64_t threads) : threads_(threads) {}
 
-    void Horizontal(const HorizontalPass& pass, const ScaleTask& task) override {
-        PassBlock<HorizontalPass> block{pass, task.family.name};
+    void Horizontal(const RowPass& pass, const ScaleTask& task) override {
+        PassBlock block{pass, task.family.name};
         RunThreads(threads_, task.source.Height, &block, Scale3mt);
     }
-    void Vertical(const VerticalPass& pass, const ScaleTask& task) override {
-        PassBlock<VerticalPass> block{pass, task.family.name};
+    void Vertical(const RowPass& pass, const ScaleTask& task) override {
+        PassBlock block{pass, task.family.name};
         RunThreads(threads_, task.height, &block, Scale6mt);
     }
     [[nodiscard]] bool Yields() const override { return false; }
@@ -92,9 +91,10 @@ int64_t SafeThreads(int64_t threads, const ScaleRequest& request, HostObject tem
     return meet ? -1 : threads;
 }
 
-bool RunWith(const ScaleFamily& family, const ScaleRequest& request, HostObject temp, int64_t threads) {
+bool RunWith(const ScaleFamily& family, const ScaleRequest& request, HostObject temp, TempKind tempKind,
+             int64_t threads) {
     ThreadedRunner runner(SafeThreads(threads, request, temp));
-    return RunDriver(family, request, temp, runner);
+    return RunDriver(family, request, temp, tempKind, runner);
 }
 
 /// Takes the temp, or makes one, and runs the driver with it.
@@ -103,10 +103,11 @@ bool RunFamily(const ScaleFamily& family, const ScaleRequest& request, int64_t t
     if (request.temp != nullptr) {
         // Workers would move its window away from each other.
         if (RecordOf(request.temp)->IsMapping != 0) return Scale(request);
-        return RunWith(family, request, request.temp, threads);
+        return RunWith(family, request, request.temp, TempKind::Shared, threads);
     }
     TRV_LOG("Create temp picture");
     const PictureTRV* source = RecordOf(request.source);
+    const TempKind kind = KindOfNewTemp(*source);
     const ObjectReference temp(CreatePicture(source, request.width, source->Height, family.tempFormat));
     if (!temp) {
         TRV_LOG("CreatePicture returned nil");
@@ -124,7 +125,7 @@ bool RunFamily(const ScaleFamily& family, const ScaleRequest& request, int64_t t
         plain.temp = temp.Get();
         return Scale(plain);
     }
-    return RunWith(family, request, temp.Get(), threads);
+    return RunWith(family, request, temp.Get(), kind, threads);
 }
 
 bool ScaleMT(int64_t threads, const ScaleRequest& request) {

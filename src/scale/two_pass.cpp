@@ -7,6 +7,7 @@
 #include "image/picture_factory.h"
 #include "image/pixel_loop.h"
 #include "scale/contributions.h"
+#include "scale/fused_passes.h"
 #include "scale/held_image.h"
 #include "scale/stage_name.h"
 
@@ -17,11 +18,11 @@ namespace {
 /// Both passes on the calling thread, with the host's time after each row.
 class PlainRunner final : public PassRunner {
   public:
-    void Horizontal(const HorizontalPass& pass, const ScaleTask& task) override {
+    void Horizontal(const RowPass& pass, const ScaleTask& task) override {
         TRV_LOG(StageName(task.family.name, 3).text);
         pass.Run(0, task.source.Height - 1, true);
     }
-    void Vertical(const VerticalPass& pass, const ScaleTask& task) override {
+    void Vertical(const RowPass& pass, const ScaleTask& task) override {
         TRV_LOG(StageName(task.family.name, 6).text);
         TRV_LOG("me->PixelSize", task.destination.PixelSize);
         TRV_LOG("mdest->PixelSize", task.destination.PixelSize);
@@ -47,57 +48,120 @@ bool HoldsWords(const ScaleFamily& family, const PictureTRV& image) {
     return false;
 }
 
-/// The array of lists with a table in it, for the length of one pass.
+/// The array of lists with the table of a pass in it, for the length of that pass.
 class TableStep {
   public:
-    TableStep(ContributionArray& array, const TableRequest& request, TableStage shrinking,
-              TableStage enlarging, TableBuilder builder)
-        : array_(array), count_(request.listCount) {
-        builder(1.0 > request.scale ? shrinking : enlarging, request, array.Lists());
+    /// The table of the horizontal pass.
+    static TableStep ForColumns(ContributionArray& array, const ScaleTask& task, TableBuilder builder,
+                                PictureTRV* yields) {
+        return {array,
+                {yields, task.source.Width, XScale(task), task.TempColumns(), task.family.name},
+                TableStage::Scale1,
+                TableStage::Scale2,
+                builder};
+    }
+    /// The table of the vertical pass.
+    static TableStep ForRows(ContributionArray& array, const ScaleTask& task, TableBuilder builder,
+                             PictureTRV* yields) {
+        return {array,
+                {yields, task.temp.Height, YScale(task), task.DestinationRows(), task.family.name},
+                TableStage::Scale4,
+                TableStage::Scale5,
+                builder};
     }
     ~TableStep() { array_.FreeLists(count_); }
     TableStep(const TableStep&) = delete;
     TableStep& operator=(const TableStep&) = delete;
 
+    static double XScale(const ScaleTask& task) {
+        return static_cast<double>(task.width) / static_cast<double>(task.source.Width);
+    }
+    static double YScale(const ScaleTask& task) {
+        return static_cast<double>(task.height) / static_cast<double>(task.source.Height);
+    }
+
   private:
+    TableStep(ContributionArray& array, const TableRequest& request, TableStage shrinking,
+              TableStage enlarging, TableBuilder builder)
+        : array_(array), count_(request.listCount) {
+        builder(1.0 > request.scale ? shrinking : enlarging, request, array.Lists());
+    }
+
     ContributionArray& array_;
     const int64_t count_;
 };
 
-/// The two tables and passes of a driver that has made its tests.
-bool RunPasses(const ScaleTask& task, TableBuilder builder, PassRunner& runner) {
-    PictureTRV* yields = runner.Yields() ? &task.destination : nullptr;
-    const double xScale = static_cast<double>(task.width) / static_cast<double>(task.source.Width);
-    const double yScale = static_cast<double>(task.height) / static_cast<double>(task.source.Height);
-    const ScaleShapes shapes(task);
-    ContributionArray contrib;
-    const auto haveArray = [&] {
-        if (contrib.Lists() == nullptr) TRV_LOG("Failed to allocate contrib");
-        return contrib.Lists() != nullptr;
-    };
+/// A driver that has made its tests.
+class Driver {
+  public:
+    Driver(const ScaleTask& task, TableBuilder builder, PassRunner& runner)
+        : task_(task),
+          builder_(builder),
+          runner_(runner),
+          yields_(runner.Yields() ? &task.destination : nullptr),
+          shapes_(task) {}
 
-    (void)contrib.Allocate(task.width);
-    TRV_LOG("contrib", contrib.Lists());
-    TRV_LOG("xScale*1000", xScale * 1000.0);
-    TRV_LOG("yScale*1000", yScale * 1000.0);
-    if (!haveArray()) return false;
-    {
-        const TableRequest request{yields, task.source.Width, xScale, task.TempColumns(), task.family.name};
-        const TableStep table(contrib, request, TableStage::Scale1, TableStage::Scale2, builder);
-        if (!shapes.AreThoseOf(task)) return false;
-        runner.Horizontal(HorizontalPass(task, contrib.Lists()), task);
-        if (!shapes.AreThoseOf(task)) return false;
+    [[nodiscard]] bool Run(TempKind tempKind) {
+        if (tempKind == TempKind::Private && CanFuse(task_)) {
+            ContributionArray columns;
+            ContributionArray rows;
+            if (columns.Allocate(task_.width) && rows.Allocate(task_.height)) return RunFused(columns, rows);
+        }
+        return RunApart();
     }
 
-    if (task.height > task.width) (void)contrib.Allocate(task.height);
-    TRV_LOG("contrib", contrib.Lists());
-    if (!haveArray()) return false;
-    const TableRequest request{yields, task.temp.Height, yScale, task.DestinationRows(), task.family.name};
-    const TableStep table(contrib, request, TableStage::Scale4, TableStage::Scale5, builder);
-    if (!shapes.AreThoseOf(task)) return false;
-    runner.Vertical(VerticalPass(task, contrib.Lists()), task);
-    return true;
-}
+  private:
+    /// One table and pass after the other, with a word about each step.
+    [[nodiscard]] bool RunApart() {
+        ContributionArray contrib;
+        (void)contrib.Allocate(task_.width);
+        TRV_LOG("contrib", contrib.Lists());
+        TRV_LOG("xScale*1000", TableStep::XScale(task_) * 1000.0);
+        TRV_LOG("yScale*1000", TableStep::YScale(task_) * 1000.0);
+        if (!HasLists(contrib)) return false;
+        {
+            const TableStep table = TableStep::ForColumns(contrib, task_, builder_, yields_);
+            if (!ShapesStay()) return false;
+            runner_.Horizontal(HorizontalPass(task_, contrib.Lists()), task_);
+            if (!ShapesStay()) return false;
+        }
+
+        if (task_.height > task_.width) (void)contrib.Allocate(task_.height);
+        TRV_LOG("contrib", contrib.Lists());
+        if (!HasLists(contrib)) return false;
+        const TableStep table = TableStep::ForRows(contrib, task_, builder_, yields_);
+        if (!ShapesStay()) return false;
+        runner_.Vertical(VerticalPass(task_, contrib.Lists()), task_);
+        return true;
+    }
+
+    /// Both tables, then passes that share the work by rows that are in the cache.
+    [[nodiscard]] bool RunFused(ContributionArray& columns, ContributionArray& rows) {
+        const TableStep columnTable = TableStep::ForColumns(columns, task_, builder_, yields_);
+        if (!ShapesStay()) return false;
+        const TableStep rowTable = TableStep::ForRows(rows, task_, builder_, yields_);
+        if (!ShapesStay()) return false;
+        const HorizontalPass horizontal(task_, columns.Lists());
+        const VerticalPass vertical(task_, rows.Lists());
+        const FusedPasses fused(task_, horizontal, vertical);
+        runner_.Horizontal(fused.First(), task_);
+        if (!ShapesStay()) return false;
+        runner_.Vertical(fused.Second(), task_);
+        return true;
+    }
+
+    [[nodiscard]] bool ShapesStay() const { return shapes_.AreThoseOf(task_); }
+    [[nodiscard]] static bool HasLists(const ContributionArray& contrib) {
+        if (contrib.Lists() == nullptr) TRV_LOG("Failed to allocate contrib");
+        return contrib.Lists() != nullptr;
+    }
+
+    const ScaleTask task_;
+    const TableBuilder builder_;
+    PassRunner& runner_;
+    PictureTRV* const yields_;
+    const ScaleShapes shapes_;
+};
 
 /// What became of one round through the front end.
 enum class Round { Refused, Done, WrongFormat };
@@ -107,10 +171,12 @@ Round RunFamily(const ScaleFamily& family, const ScaleRequest& request) {
     PlainRunner runner;
     LogFamily(family, request);
     if (request.temp != nullptr) {
-        return RunDriver(family, request, request.temp, runner) ? Round::Done : Round::Refused;
+        const bool done = RunDriver(family, request, request.temp, TempKind::Shared, runner);
+        return done ? Round::Done : Round::Refused;
     }
     TRV_LOG("Create temp picture");
     const PictureTRV* source = RecordOf(request.source);
+    const TempKind kind = KindOfNewTemp(*source);
     const ObjectReference temp(CreatePicture(source, request.width, source->Height, family.tempFormat));
     if (!temp) {
         TRV_LOG("CreatePicture returned nil");
@@ -124,7 +190,7 @@ Round RunFamily(const ScaleFamily& family, const ScaleRequest& request) {
         TRV_LOG("CreatePicture gave invalid format");
         return Round::WrongFormat;
     }
-    return RunDriver(family, request, temp.Get(), runner) ? Round::Done : Round::Refused;
+    return RunDriver(family, request, temp.Get(), kind, runner) ? Round::Done : Round::Refused;
 }
 
 /// The front end's tests; the first that fails names itself.
@@ -173,8 +239,12 @@ void LogFamily(const ScaleFamily& family, const ScaleRequest& request) {
     TRV_LOG("Creating PictureReader");
 }
 
+TempKind KindOfNewTemp(const PictureTRV& source) {
+    return HasFactory(&source) ? TempKind::Shared : TempKind::Private;
+}
+
 bool RunDriver(const ScaleFamily& family, const ScaleRequest& request, HostObject tempObject,
-               PassRunner& runner) {
+               TempKind tempKind, PassRunner& runner) {
     TRV_LOG(StageName(family.name, 7).text, request.width, request.height);
     PictureTRV* temp = RecordOf(tempObject);
     PictureTRV* destination = RecordOf(request.destination);
@@ -188,13 +258,14 @@ bool RunDriver(const ScaleFamily& family, const ScaleRequest& request, HostObjec
     if (!HoldsWords(family, *source) || !HoldsWords(family, *destination)) return false;
     const TableBuilder builder = FindTableBuilder(request.mode);
     if (runner.Yields()) {
-        return RunPasses({family, *destination, *source, *temp, request.width, request.height}, builder,
-                         runner);
+        return Driver({family, *destination, *source, *temp, request.width, request.height}, builder, runner)
+            .Run(tempKind);
     }
     HeldImage held[] = {HeldImage(*destination), HeldImage(*source), HeldImage(*temp)};
-    return RunPasses(
-        {family, held[0].Record(), held[1].Record(), held[2].Record(), request.width, request.height},
-        builder, runner);
+    return Driver(
+               {family, held[0].Record(), held[1].Record(), held[2].Record(), request.width, request.height},
+               builder, runner)
+        .Run(tempKind);
 }
 
 bool Scale(const ScaleRequest& request) {

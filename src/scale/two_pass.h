@@ -11,8 +11,8 @@
 #include "frame/host_types.h"
 #include "image/picture_record.h"
 #include "scale/families.h"
-#include "scale/horizontal_pass.h"
-#include "scale/vertical_pass.h"
+#include "scale/pass_support.h"
+#include "scale/scale_task.h"
 
 namespace trv {
 
@@ -31,8 +31,8 @@ class PassRunner {
   public:
     virtual ~PassRunner() = default;
     /// All rows of the source, all requested rows of the destination.
-    virtual void Horizontal(const HorizontalPass& pass, const ScaleTask& task) = 0;
-    virtual void Vertical(const VerticalPass& pass, const ScaleTask& task) = 0;
+    virtual void Horizontal(const RowPass& pass, const ScaleTask& task) = 0;
+    virtual void Vertical(const RowPass& pass, const ScaleTask& task) = 0;
     /// Whether the host gets its time while tables are built.
     [[nodiscard]] virtual bool Yields() const = 0;
 };
@@ -43,10 +43,16 @@ class PassRunner {
 /// Logs the start of a family's work: its name with the size, and the size of MyPixel.
 void LogFamily(const ScaleFamily& family, const ScaleRequest& request);
 
+/// Who can see a temp: the program too, or the driver alone, which then need not leave anything in it.
+enum class TempKind { Shared, Private };
+
+/// The kind of a temp that CreatePicture is about to make for the source.
+[[nodiscard]] TempKind KindOfNewTemp(const PictureTRV& source);
+
 /// The driver, from a source into the destination by way of `temp`. False, with a diagnostic, when an image
 /// cannot be worked on, is too large for a table, or there is no memory for one.
 [[nodiscard]] bool RunDriver(const ScaleFamily& family, const ScaleRequest& request, HostObject temp,
-                             PassRunner& runner);
+                             TempKind tempKind, PassRunner& runner);
 
 /// Writes a resampled copy of the source into the destination; false, with a diagnostic, for a request that
 /// cannot be served. Repeats itself for as long as a factory answers with a temp of the wrong format.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <new>
 
 #include "image/pixel_loop.h"
 #include "scale/plain_pass.h"
@@ -33,15 +34,16 @@ int64_t MostPositions(const TapTable<T>& table, int64_t inWindow) {
 /// The working memory of one run, and what it does with a group of destination rows.
 class VerticalStrips {
   public:
-    explicit VerticalStrips(const VerticalPass& pass)
+    VerticalStrips(const VerticalPass& pass, PictureTRV& temp)
         : pass_(pass),
           task_(pass.task_),
+          temp_(temp),
           tempPixel_(task_.family.pixelBytes),
           packedPixel_(pass.usedCount_ * pass.sampleBytes_),
           columns_(task_.DestinationColumns()),
           stripPixels_(kMostLanes / pass.usedCount_ / kGroupLanes * kGroupLanes),
           stripBytes_(stripPixels_ * packedPixel_),
-          copies_(task_.temp.IsMapping != 0),
+          copies_(temp_.IsMapping != 0),
           holdsTargets_(task_.destination.IsMapping == 0),
           strips_(copies_ ? kStripsOfMapped : 1),
           window_(kWindowBytes),
@@ -69,7 +71,7 @@ class VerticalStrips {
         }
         rowsColumn_ = 0;
         for (int64_t p = group_.firstPosition; !copies_ && p < group_.endPosition; ++p) {
-            rows_.Get()[p - group_.firstPosition] = FetchInside(task_.temp, p);
+            rows_.Get()[p - group_.firstPosition] = FetchInside(temp_, p);
         }
         for (int64_t x = 0; x < columns_; x += strips_ * stripPixels_)
             DoPiece<T>(x);
@@ -128,7 +130,7 @@ class VerticalStrips {
         rowsColumn_ = x;
         const int64_t bytes = std::min(strips_ * stripPixels_, columns_ - x) * tempPixel_;
         for (int64_t p = first; p < end; ++p) {
-            const uint8_t* row = FetchInside(task_.temp, p);
+            const uint8_t* row = FetchInside(temp_, p);
             uint8_t* copy = copied_.Get() + (p - first) * PieceBytes();
             rows_.Get()[p - group_.firstPosition] = row == nullptr ? nullptr : copy;
             if (row != nullptr) std::memcpy(copy, row + x * tempPixel_, static_cast<size_t>(bytes));
@@ -226,7 +228,7 @@ class VerticalStrips {
     }
 
     [[nodiscard]] const uint8_t* TempRow(int64_t position) const {
-        return copies_ ? FetchInside(task_.temp, position) : rows_.Get()[position - group_.firstPosition];
+        return copies_ ? FetchInside(temp_, position) : rows_.Get()[position - group_.firstPosition];
     }
 
     void Store(const Strip& strip, int64_t list, uint8_t* target) {
@@ -236,6 +238,7 @@ class VerticalStrips {
 
     const VerticalPass& pass_;
     const ScaleTask& task_;
+    PictureTRV& temp_;
     const int64_t tempPixel_;    // bytes of MyPixel
     const int64_t packedPixel_;  // bytes of its used slots
     const int64_t columns_;
@@ -263,12 +266,13 @@ class VerticalStrips {
 /// written from one end to the other.
 class BlendedRow {
   public:
-    explicit BlendedRow(const VerticalPass& pass)
+    BlendedRow(const VerticalPass& pass, PictureTRV& temp)
         : pass_(pass),
           task_(pass.task_),
+          temp_(temp),
           bytes_(task_.DestinationColumns() * task_.family.pixelBytes),
           result_(pass.unpack_.IsCopy() ? 1 : bytes_),
-          possible_(task_.temp.IsMapping == 0 && task_.destination.IsMapping == 0 && result_.Ok()) {}
+          possible_(temp_.IsMapping == 0 && task_.destination.IsMapping == 0 && result_.Ok()) {}
 
     /// Row `y`; false, with nothing done, if it has to be done in strips.
     [[nodiscard]] bool Do(int64_t y) {
@@ -276,7 +280,7 @@ class BlendedRow {
         const uint8_t* rows[kMostTaps];
         if (!possible_ || list.count > kMostTaps) return false;
         for (int64_t k = 0; k < list.count; ++k) {
-            rows[k] = FetchInside(task_.temp, list.first + k);
+            rows[k] = FetchInside(temp_, list.first + k);
             if (rows[k] == nullptr) return false;
         }
         uint8_t* target = FetchInside(task_.destination, y);
@@ -293,6 +297,7 @@ class BlendedRow {
 
     const VerticalPass& pass_;
     const ScaleTask& task_;
+    PictureTRV& temp_;
     const int64_t bytes_;
     WorkBlock<uint8_t> result_;  // a row of MyPixels
     const bool possible_;
@@ -366,28 +371,49 @@ void VerticalPass::RunPlain(int64_t first, int64_t last, bool yields) const {
     }
 }
 
+bool VerticalPass::IsFast() const {
+    return kernels_ != nullptr && !NeedsPlainOrder(task_.temp, task_.destination);
+}
+
+VerticalPass::TempRows VerticalPass::TempRowsOf(int64_t y) const {
+    const TapList<double>& list = tables_.For<double>().Lists()[y];
+    return {list.first, list.first + list.count};
+}
+
 void VerticalPass::Run(int64_t first, int64_t last, bool yields) const {
     last = std::min(last, task_.DestinationRows() - 1);
     if (first > last) return;
-    if (kernels_ == nullptr || NeedsPlainOrder(task_.temp, task_.destination))
-        return RunPlain(first, last, yields);
-    VerticalStrips strips(*this);
-    if (!strips.Ok()) return RunPlain(first, last, yields);
-    BlendedRow row(*this);
-    bool useWide = tables_.UseWide();
+    if (!IsFast()) return RunPlain(first, last, yields);
+    VerticalRows rows(*this, task_.temp);
+    if (!rows.Ok()) return RunPlain(first, last, yields);
+    (void)rows.Do(first, last, yields);
+}
+
+VerticalRows::VerticalRows(const VerticalPass& pass, PictureTRV& temp)
+    : pass_(pass),
+      strips_(new (std::nothrow) VerticalStrips(pass, temp)),
+      row_(new (std::nothrow) BlendedRow(pass, temp)),
+      useWide_(pass.tables_.UseWide()) {}
+
+VerticalRows::~VerticalRows() = default;
+
+bool VerticalRows::Ok() const {
+    return strips_ != nullptr && strips_->Ok() && row_ != nullptr;
+}
+
+bool VerticalRows::Do(int64_t first, int64_t last, bool yields) {
     TapTables::Stretch stretch{first, false};
     for (int64_t y = first; y <= last;) {
-        if (y >= stretch.end) stretch = tables_.StretchFrom(y, last + 1);
-        if (stretch.isFixed && row.Do(y)) {
-            if (!YieldAfter(1, yields)) return;
-            ++y;
-            continue;
+        if (y >= stretch.end) stretch = pass_.tables_.StretchFrom(y, last + 1);
+        int64_t rows = 1;
+        if (!stretch.isFixed || !row_->Do(y)) {
+            rows = useWide_ ? strips_->Do<double>(y, stretch.end) : strips_->Do<float>(y, stretch.end);
+            useWide_ = useWide_ || strips_->Meter().TooMany();
         }
-        const int64_t rows = useWide ? strips.Do<double>(y, stretch.end) : strips.Do<float>(y, stretch.end);
-        useWide = useWide || strips.Meter().TooMany();
-        if (!YieldAfter(rows, yields)) return;
+        if (!pass_.YieldAfter(rows, yields)) return false;
         y += rows;
     }
+    return true;
 }
 
 }  // namespace trv

@@ -288,6 +288,25 @@ TEST_P(ScalePassesTest, ImagesThatShareMemory) {
     }
 }
 
+TEST_P(ScalePassesTest, RowsThatLieOverEachOtherAreWrittenInTheirOrder) {
+    for (const int64_t rowSize : {0, 1, 7, 100, 131}) {
+        RecordImage source(40, 90, ImageFormatRGBA, 1);
+        RecordImage temp(33, 90, ImageFormatScaling4, 2);
+        RecordImage dest(33, 70, ImageFormatRGBA, 3);
+        dest.Record().RowSize = rowSize;
+        Check(source, dest, ScaleLanczos3, 33, 70);
+        RecordImage other(33, 70, ImageFormatRGBA, 3);
+        temp.Record().RowSize = rowSize;
+        auto sourceModel = source.Model();
+        auto destModel = other.Model();
+        auto tempModel = temp.Model();
+        Scaler("RGBA_to_RGBA", sourceModel, destModel, tempModel).Run(ScaleLanczos3, 33, 70);
+        ASSERT_TRUE(Scale({other.Object(), source.Object(), temp.Object(), ScaleLanczos3, 33, 70}));
+        EXPECT_TRUE(other.Bytes() == destModel.bytes) << "temp " << rowSize;
+        EXPECT_TRUE(temp.Bytes() == tempModel.bytes) << "temp " << rowSize;
+    }
+}
+
 TEST_P(ScalePassesTest, ASixteenBitOffsetAtTheEndOfAPixelIsRefused) {
     RecordImage source(8, 8, ImageFormatGray16, 1);
     RecordImage dest(8, 8, ImageFormatGray16, 2);
