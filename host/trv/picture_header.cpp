@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 
 #include "platform.h"
@@ -122,6 +123,47 @@ PictureSize WebpSize(const Bytes& file) {
     return {file.Little(26, 2) & 0x3FFF, file.Little(28, 2) & 0x3FFF};
 }
 
+/// The sides among the entries of the first picture's list.
+PictureSize TiffSize(const Bytes& file) {
+    constexpr uint32_t kWidth = 256, kHeight = 257, kShort = 3;
+    const bool little = file.Says("II", 0);
+    const auto number = [&](size_t at, size_t count) {
+        return little ? file.Little(at, count) : file.Big(at, count);
+    };
+    PictureSize size;
+    const size_t list = number(4, 4);
+    const size_t entries = number(list, 2);
+    for (size_t i = 0; i < entries; ++i) {
+        const size_t entry = list + 2 + 12 * i;
+        const uint32_t tag = number(entry, 2);
+        if (tag != kWidth && tag != kHeight) continue;
+        const uint32_t side = number(entry + 8, number(entry + 2, 2) == kShort ? 2 : 4);
+        (tag == kWidth ? size.width : size.height) = side;
+    }
+    return size;
+}
+
+/// Refuses sizes that no honest file of so many bytes has. The tightest packing in wide use is that of PNG:
+/// 1032 bytes in one, each of which can be eight pixels. Solid areas in WebP files take less, and so a size
+/// that does little harm is let pass.
+void CheckSize(PictureSize size, uint64_t bytes, int mostMegapixels) {
+    constexpr int64_t kHarmless = 4096 * 4096;
+    constexpr int64_t kMostPixelsPerByte = 10000;
+    constexpr int64_t kMillion = 1000000;
+    const auto refuse = [&](const std::string& reason) {
+        throw std::runtime_error("it says that it has " + SizeText(size) + " pixels" + reason);
+    };
+    if (size.width < 1 || size.height < 1) refuse("");
+    const auto above = [&](int64_t most) { return size.width > most / size.height; };
+    if (above(mostMegapixels * kMillion)) {
+        refuse(", which is more than " + std::to_string(mostMegapixels) + " million (see --pixel-limit)");
+    }
+    const int64_t most = static_cast<int64_t>(bytes) * kMostPixelsPerByte;
+    if (above(std::max(most, kHarmless))) {
+        refuse(", which is too many for " + std::to_string(bytes) + " bytes");
+    }
+}
+
 /// The whole file. Throws std::runtime_error with the reason.
 std::string Read(const std::filesystem::path& file) {
     std::error_code error;
@@ -150,19 +192,18 @@ PictureHeader ReadHeader(std::string_view file) {
     if (bytes.Says("BM", 0)) return {"bmp", BmpSize(bytes)};
     if (bytes.Says("RIFF", 0) && bytes.Says("WEBP", 8)) return {"webp", WebpSize(bytes)};
     using namespace std::string_view_literals;
-    if (bytes.Says("II*\0"sv, 0) || bytes.Says("MM\0*"sv, 0)) return {"tif", std::nullopt};
+    if (bytes.Says("II*\0"sv, 0) || bytes.Says("MM\0*"sv, 0)) return {"tif", TiffSize(bytes)};
     return {};
 }
 
-std::optional<PictureSize> CheckPictureFile(const std::filesystem::path& file) {
+PictureSize CheckPictureFile(const std::filesystem::path& file, int mostMegapixels) {
     try {
-        const auto [format, size] = ReadHeader(Read(file));
+        const std::string bytes = Read(file);
+        const auto [format, size] = ReadHeader(bytes);
         if (!KnownFormats().contains(std::string(format))) {
             throw std::runtime_error("it is no picture of a kind that is known here: " + FormatList());
         }
-        if (size && (size->width < 1 || size->height < 1 || size->width > kMostPixels / size->height)) {
-            throw std::runtime_error("it says that it has " + SizeText(*size) + " pixels");
-        }
+        CheckSize(size, bytes.size(), mostMegapixels);
         return size;
     } catch (const std::runtime_error& e) {
         throw std::runtime_error("cannot load " + ToText(file) + ": " + e.what());

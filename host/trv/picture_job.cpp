@@ -68,6 +68,11 @@ void AddPictureOptions(CLI::App& verb, PictureOptions& options) {
                         std::to_string(options.loadLimit) + "]")
         ->type_name("N")
         ->check(CLI::Range(0, 1000000).description(""));
+    verb.add_option(
+            "--pixel-limit", options.pixelLimit,
+            "Most millions of pixels of a picture that is read [" + std::to_string(options.pixelLimit) + "]")
+        ->type_name("N")
+        ->check(CLI::Range(1, 2000).description(""));
     verb.add_flag("--mapped", options.mapped,
                   "Keep the images in scratch files instead of memory, with a window of each in memory");
     verb.add_flag("--quiet", options.quiet, "Print nothing when all is well");
@@ -81,8 +86,8 @@ PictureJob::PictureJob(const PictureOptions& options, const std::string& doing,
                        const std::function<void(PictureSize, const FileFormat&)>& checkSize)
     : options_(options), target_(ToPath(options.out)), format_(&FormatOf(target_, options.out)) {
     const std::filesystem::path in = ToPath(options.in);
-    const auto sizeByHeader = CheckPictureFile(in);
-    if (sizeByHeader && checkSize) checkSize(*sizeByHeader, *format_);
+    const PictureSize sizeByHeader = CheckPictureFile(in, options.pixelLimit);
+    if (checkSize) checkSize(sizeByHeader, *format_);
     host_ = StartHost(options.host);
     progress_.Stage("loading " + options.in);
     picture_ = Load(in);
@@ -139,7 +144,7 @@ void PictureJob::ForEachRow(const Ref& image, const std::function<void(std::span
 }
 
 Ref PictureJob::LoadImage(const std::string& file) const {
-    CheckPictureFile(ToPath(file));
+    CheckPictureFile(ToPath(file), options_.pixelLimit);
     return ImageOf(Load(ToPath(file)));
 }
 

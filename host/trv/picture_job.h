@@ -11,6 +11,7 @@
 #include <string>
 
 #include "host_choice.h"
+#include "picture_header.h"
 #include "picture_size.h"
 #include "progress.h"
 #include "scratch_images.h"
@@ -25,7 +26,8 @@ struct PictureOptions {
     std::string in;
     std::string out;
     int quality = 90;
-    int loadLimit = 120;  ///< seconds of processor time for a picture that is read
+    int loadLimit = 120;               ///< seconds of processor time for a picture that is read
+    int pixelLimit = kMostMegapixels;  ///< millions of pixels of a picture that is read
     bool mapped = false;
     bool quiet = false;
     HostChoice host;

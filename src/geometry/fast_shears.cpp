@@ -19,7 +19,10 @@ namespace trv {
 
 namespace {
 
-constexpr int64_t kMostPixelBytes = 8;
+/// Of the layouts with channels that rotate, those of CMYK with alpha are the largest.
+constexpr int64_t kMostPixelBytes = 5;
+/// Bytes in front of a strip's row, for the pixel before it.
+constexpr int64_t kRoomBefore = 8;
 /// Bytes of a strip's row, and rows of a band.
 constexpr int64_t kStripBytes = 256;
 constexpr int64_t kBandRows = 256;
@@ -108,7 +111,7 @@ class ShearWalk {
           kernels_(kernels),
           pixel_(source, channels),
           columns_(kStripBytes / pixel_.size),
-          stride_(kStripBytes + kMostPixelBytes),
+          stride_(kStripBytes + kRoomBefore),
           firstLines_(shears.height),
           secondLines_(shears.shearWidth),
           thirdLines_(shears.finalHeight),
@@ -178,7 +181,7 @@ class ShearWalk {
     }
 
     [[nodiscard]] uint8_t* StripRow(int64_t y) {
-        return strip_.Data() + (y - band_.begin) * stride_ + kMostPixelBytes;
+        return strip_.Data() + (y - band_.begin) * stride_ + kRoomBefore;
     }
 
     /// What the second shear makes of the strip, in the rows of the band.
@@ -240,14 +243,8 @@ class ShearWalk {
                 return ShearRowsOf<3>(rows);
             case 4:
                 return ShearRowsOf<4>(rows);
-            case 5:
-                return ShearRowsOf<5>(rows);
-            case 6:
-                return ShearRowsOf<6>(rows);
-            case 7:
-                return ShearRowsOf<7>(rows);
             default:
-                return ShearRowsOf<8>(rows);
+                return ShearRowsOf<5>(rows);
         }
     }
 

@@ -50,35 +50,50 @@ int64_t SpanOf(const PixelMap& map, const PictureTRV& image, int64_t columns) {
     return SaturatedAdd(SaturatedMultiply(columns - 1, image.PixelSize), map.ToExtent());
 }
 
-template <class F>
-void HMirrorImage(PictureTRV& image, F family) {
-    TRV_LOG((FamilyLabel<"HMirrorSelf", F>()));
+/// Exchanges the pixels of each row from both ends.
+template <class Pixel>
+void MirrorRows(PictureTRV& image, const Pixel& pixel, int64_t base) {
     const int64_t half = image.Width / 2;
     const int64_t secondHalf = image.Width - half;
-    PixelMap::Within(family, image, true).Dispatch([&](const auto& pixel, int64_t, int64_t base) {
-        ForEachRow(image, 0, image.Height, [&](uint8_t* row) {
-            row += base;
-            SwapReversed(pixel, row, row + secondHalf * pixel.ToSize(), half);
-        });
+    ForEachRow(image, 0, image.Height, [&](uint8_t* row) {
+        row += base;
+        SwapReversed(pixel, row, row + secondHalf * pixel.ToSize(), half);
     });
 }
 
-/// Exchanges the rows from both ends through `swap(pixel, a, b, columns)`. False if the host has made another
-/// image of the record meanwhile.
-template <class Swap>
-bool SwapRowsOfImage(PictureTRV& image, const PixelMap& map, Swap&& swap) {
+template <class F>
+void HMirrorImage(PictureTRV& image, F family) {
+    TRV_LOG((FamilyLabel<"HMirrorSelf", F>()));
+    PixelMap::Within(family, image, true).Dispatch([&](const auto& pixel, int64_t, int64_t base) {
+        MirrorRows(image, pixel, base);
+    });
+}
+
+/// Exchanges the rows from both ends; with `reversed` their pixels are turned around meanwhile.
+template <class Pixel>
+void SwapRows(PictureTRV& image, RowSwapper& rows, const Pixel& pixel, int64_t base, bool reversed) {
+    const ImageShape shape(image);
+    const auto swap = [&](uint8_t* a, uint8_t* b) {
+        if (reversed) {
+            SwapReversed(pixel, a + base, b + base, shape.width);
+        } else {
+            SwapForward(pixel, a + base, b + base, shape.width);
+        }
+    };
+    const int64_t height = image.Height;
+    for (int64_t y = 0; y < height / 2 && shape == ImageShape(image); ++y) {
+        rows.Run(y, height - 1 - y, swap);
+        YieldIfWanted(image);
+    }
+}
+
+/// The same for all kinds of pixels. False if the host has made another image of the record meanwhile.
+bool SwapRowsOfImage(PictureTRV& image, const PixelMap& map, bool reversed) {
     if (image.RowSize < 1 || image.Width < 1) return true;
     const ImageShape shape(image);
-    const int64_t width = image.Width;
-    const int64_t height = image.Height;
-    RowSwapper rows(image, SpanOf(map, image, width));
-    map.Dispatch([&](const auto& pixel, int64_t, int64_t base) {
-        for (int64_t y = 0; y < height / 2 && shape == ImageShape(image); ++y) {
-            rows.Run(y, height - 1 - y,
-                     [&](uint8_t* a, uint8_t* b) { swap(pixel, a + base, b + base, width); });
-            YieldIfWanted(image);
-        }
-    });
+    RowSwapper rows(image, SpanOf(map, image, image.Width));
+    map.Dispatch(
+        [&](const auto& pixel, int64_t, int64_t base) { SwapRows(image, rows, pixel, base, reversed); });
     return shape == ImageShape(image);
 }
 
@@ -151,9 +166,7 @@ void VMirrorImage(PictureTRV& image, F family) {
     TRV_LOG((FamilyLabel<"VMirrorSelf", F>()));
     const PixelMap map = PixelMap::Within(family, image, false);
     if (!map.AnyOrder()) return ExchangeCopies(image, map, false);
-    SwapRowsOfImage(image, map, [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) {
-        SwapForward(pixel, a, b, count);
-    });
+    SwapRowsOfImage(image, map, false);
 }
 
 /// The middle row of an odd height: what the row above it has become, or, for an only row, nothing.
@@ -182,9 +195,7 @@ void Rotate180Image(PictureTRV& image, F family) {
     const PixelMap map = PixelMap::Within(family, image, false);
     if (!map.AnyOrder()) return ExchangeCopies(image, map, true);
     const bool odd = image.Height % 2 != 0;
-    const bool kept = SwapRowsOfImage(
-        image, map,
-        [](const auto& pixel, uint8_t* a, uint8_t* b, int64_t count) { SwapReversed(pixel, a, b, count); });
+    const bool kept = SwapRowsOfImage(image, map, true);
     if (odd && kept) FinishMiddleRow(image, map);
 }
 

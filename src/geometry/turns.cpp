@@ -27,6 +27,18 @@ HostObject RunTurn(HostObject me, HostObject given, bool quarter, Work&& work) {
 }
 
 /// The rows of a half turn. Either all of a row finds its place in the destination or its end does.
+template <class Pixel>
+void TurnRows(PictureTRV& source, PictureTRV& dest, const Pixel& pixel, int64_t fromBase, int64_t toBase) {
+    const int64_t columns = std::min(source.Width, dest.Width);
+    const int64_t height = source.Height;
+    const int64_t firstColumn = source.Width - columns;
+    RowPair rows(dest, source);
+    for (int64_t destY = 0; destY < std::min(height, dest.Height); ++destY) {
+        if (!rows.Fetch(destY, height - 1 - destY)) continue;
+        CopyReversed(pixel, rows.from + fromBase + firstColumn * pixel.FromSize(), rows.to + toBase, columns);
+    }
+}
+
 template <class F>
 void HalfTurn(PictureTRV& source, PictureTRV& dest, F family) {
     TRV_LOG((FamilyLabel<"Rotate180", F>()));
@@ -34,16 +46,8 @@ void HalfTurn(PictureTRV& source, PictureTRV& dest, F family) {
     if (!map.AnyOrder() || MayShareMemory(source, dest)) {
         return PlainTurn(source, dest, map, {Turn::Half, 0});
     }
-    const int64_t columns = std::min(source.Width, dest.Width);
-    const int64_t height = source.Height;
-    const int64_t firstColumn = source.Width - columns;
-    RowPair rows(dest, source);
     map.Dispatch([&](const auto& pixel, int64_t fromBase, int64_t toBase) {
-        for (int64_t destY = 0; destY < std::min(height, dest.Height); ++destY) {
-            if (!rows.Fetch(destY, height - 1 - destY)) continue;
-            CopyReversed(pixel, rows.from + fromBase + firstColumn * pixel.FromSize(), rows.to + toBase,
-                         columns);
-        }
+        TurnRows(source, dest, pixel, fromBase, toBase);
     });
 }
 

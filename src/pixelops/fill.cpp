@@ -54,17 +54,20 @@ void FillWithPattern(PictureTRV& image, const Rectangle& rectangle, FillPattern&
                [&](uint8_t* row) { pattern.Fill(row + rectangle.x * image.PixelSize, rectangle.width); });
 }
 
+template <FixedText kName, class F>
+void FillFamily(PictureTRV& image, const Rectangle& rectangle, uint8_t value, uint8_t alpha, F /*family*/) {
+    TRV_LOG((FamilyLabel<kName, F>()));
+    FillPattern pattern(image.PixelSize);
+    for (const Channel channel : F::channels) {
+        pattern.Set(OffsetOf(image, channel), channel == Channel::Alpha ? alpha : value);
+    }
+    FillWithPattern(image, rectangle, pattern);
+}
+
 /// The colour channels of the image's family get `value`, its alpha gets `alpha`.
 template <FixedText kName>
 void FillFamily(PictureTRV& image, const Rectangle& rectangle, uint8_t value, uint8_t alpha) {
-    DispatchFamily(image, [&]<class F>(F) {
-        TRV_LOG((FamilyLabel<kName, F>()));
-        FillPattern pattern(image.PixelSize);
-        for (const Channel channel : F::channels) {
-            pattern.Set(OffsetOf(image, channel), channel == Channel::Alpha ? alpha : value);
-        }
-        FillWithPattern(image, rectangle, pattern);
-    });
+    DispatchFamily(image, [&](auto family) { FillFamily<kName>(image, rectangle, value, alpha, family); });
 }
 
 /// `alpha` is null for one that stays as it is.

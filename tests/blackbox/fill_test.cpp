@@ -423,6 +423,40 @@ TEST_F(FillTest, MovedOffsetsStayInsideTheStore) {
     EXPECT_EQ(clear.At(2, 1, 2), 40);
 }
 
+TEST_F(FillTest, ChannelsFurtherApartThanAPixelAreFilledOneByOne) {
+    // The offsets of a view that begins at column 4 reach past the pixel, but for the one that is moved back.
+    constexpr int64_t kStart = 4;
+    constexpr int64_t kWidth = 5;
+    for (const char* format : {"ImageFormatRGB", "ImageFormatBGRA"}) {
+        const MemoryImage image = Image(12, 6, format);
+        const Ref view = TheHost().Call(image.Object(), "ClipImage", kStart, 1, kWidth, 4).ToThing();
+        TheHost().Set(view, "GreenOffset", 1);
+        Model expected(TheHost(), image);
+        const auto offset = [&](const char* name) { return TheHost().Get<int64_t>(view, name); };
+        ASSERT_GE(offset("RedOffset"), offset("GreenOffset") + image.PixelSize());
+        const auto put = [&](int64_t left, int64_t top, int64_t width, int64_t height,
+                             std::initializer_list<std::pair<const char*, int>> values) {
+            for (int64_t y = top; y < top + height; ++y) {
+                for (int64_t x = left; x < left + width; ++x) {
+                    for (const auto& [name, value] : values)
+                        expected.At(x, 1 + y, offset(name)) = static_cast<uint8_t>(value);
+                }
+            }
+        };
+        TheHost().Call(view, "FillRectRGB", 10, 20, 30);
+        put(0, 0, kWidth, 4, {{"RedOffset", 10}, {"GreenOffset", 20}, {"BlueOffset", 30}});
+        EXPECT_EQ(image.Bytes(), expected.bytes) << format;
+        TheHost().Call(view, "FillRectRGB", 1, 1, 3, 2, 40, 50, 60);
+        put(1, 1, 3, 2, {{"RedOffset", 40}, {"GreenOffset", 50}, {"BlueOffset", 60}});
+        EXPECT_EQ(image.Bytes(), expected.bytes) << format;
+        TheHost().Call(view, "FillRect", 2, 0, 2, 3, 70, 80);
+        put(2, 0, 2, 3, {{"RedOffset", 70}, {"GreenOffset", 70}, {"BlueOffset", 70}});
+        if (TheHost().Get<bool>(view, "HasAlpha")) put(2, 0, 2, 3, {{"AlphaOffset", 80}});
+        EXPECT_EQ(image.Bytes(), expected.bytes) << format;
+        EXPECT_TRUE(image.GuardIntact());
+    }
+}
+
 TEST_F(FillTest, RandomFillsEveryChannelAndNothingElse) {
     for (const int64_t format : Formats()) {
         const MemoryImage image(TheHost(), 301, 5, format, 0, 3);

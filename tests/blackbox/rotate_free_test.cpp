@@ -293,6 +293,26 @@ TEST_F(RotateFree, TheStagesNameThemselves) {
         EXPECT_THAT(lines, Contains(line));
 }
 
+TEST_F(RotateFree, TheLogTellsTheBackgroundOfEachChannel) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"ImageFormatG", "Rotate45 30, 5"},
+        {"ImageFormatAG", "Rotate45 30, 5, 4"},
+        {"ImageFormatBGR", "Rotate45 30, 1, 2, 3"},
+        {"ImageFormatABGR", "Rotate45 30, 1, 2, 3, 4"},
+        {"ImageFormatKYMC", "Rotate45 30, 6, 7, 8, 9"},
+        {"ImageFormatAKYMC", "Rotate45 30, 6, 7, 8, 9, 4"},
+    };
+    for (const auto& [format, line] : cases) {
+        const MemoryImage image = Memory(8, 6, format);
+        const auto lines = LogOf([&] { Rotate(image, 30.9, {1, 2, 3, 4, 5, 6, 7, 8, 9}); });
+        EXPECT_THAT(lines, Contains(line));
+    }
+    // An angle that no integer holds, of an image that the turn of a right angle leaves as it is.
+    const MemoryImage image = Memory(8, 6, "ImageFormatG");
+    const auto lines = LogOf([&] { Rotate(image, 1e300); });
+    EXPECT_THAT(lines, Contains("rbRotate -9223372036854775808"));
+}
+
 TEST_F(RotateFree, WithoutMemoryForAnyOfItsImagesThereIsNoResult) {
     const MemoryImage image = Memory(100, 80, "ImageFormatRGBA");
     // The turn, and what the three shears make, one after the other.

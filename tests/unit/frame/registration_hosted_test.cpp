@@ -24,8 +24,17 @@ using trvhost::Declaration;
 
 using Lines = std::vector<std::string>;
 
-constexpr double kClassicVersions[] = {0.0, 2007.02, 2012.0, 2012.99, 3000.0, 3000.01, 4000.0};
-constexpr double kModuleVersions[] = {2013.0, 2013.01, 2013.04, 2024.01, 2999.0, 2999.99};
+constexpr double kClassicVersions[] = {0.0,     2007.02, 2010.02, 2010.029, 2012.0,
+                                       2012.99, 3000.0,  3000.01, 4000.0};
+constexpr double kModuleVersions[] = {2013.0, 2013.01, 2013.04, 2020.01, 2020.02, 2024.01, 2999.0, 2999.99};
+
+/// Hosts on both sides of each threshold of the table's version, and what they are given.
+constexpr struct {
+    double version;
+    int32_t table;
+} kTableVersions[] = {{0.0, 9},      {2011.99, 9},  {2012.0, 10},  {2012.99, 10},
+                      {2013.0, 11},  {2013.02, 11}, {2013.03, 12}, {2013.035, 12},
+                      {2013.04, 13}, {2999.99, 13}, {3000.0, 13}};
 
 /// A host keeps what is registered for good; here the test does, so that nothing of it counts as lost.
 std::vector<const void*>& Kept() {
@@ -202,6 +211,24 @@ TEST_F(OtherRegistration, AClassExtensionBecomesAModule) {
         EXPECT_EQ(extension.definition.flags, 4);
         EXPECT_EQ(extension.methods[1].flags, 4);
         EXPECT_STREQ(extension.methods[0].declaration, "Size as integer");
+    }
+}
+
+TEST_F(OtherRegistration, EveryPathSpeaksTheHostsTableVersion) {
+    for (const auto& [version, table] : kTableVersions) {
+        LoadVersion(version);
+        const bool asModule = version >= 2013.0 && version < 3000.0;
+        Extension extension;
+        RegisterClassExtension(extension.definition);
+        EXPECT_EQ(asModule ? static_cast<int64_t>(OnlyModule().version) : extension.definition.version, table)
+            << version;
+        ModuleDefinition module = {.version = kUnregisteredTableVersion, .name = "Module"};
+        RegisterModule(module);
+        EXPECT_EQ(module.version, table) << version;
+        ControlDefinition control = {.version = kUnregisteredTableVersion, .name = "Control"};
+        RegisterControl(control);
+        EXPECT_EQ(control.version, table) << version;
+        if (!asModule) Kept().clear();
     }
 }
 
