@@ -155,12 +155,12 @@ void CheckSize(PictureSize size, uint64_t bytes, int mostMegapixels) {
     };
     if (size.width < 1 || size.height < 1) refuse("");
     const auto above = [&](int64_t most) { return size.width > most / size.height; };
-    if (above(mostMegapixels * kMillion)) {
-        refuse(", which is more than " + std::to_string(mostMegapixels) + " million (see --pixel-limit)");
-    }
     const int64_t most = static_cast<int64_t>(bytes) * kMostPixelsPerByte;
     if (above(std::max(most, kHarmless))) {
         refuse(", which is too many for " + std::to_string(bytes) + " bytes");
+    }
+    if (above(mostMegapixels * kMillion)) {
+        refuse(", which is more than " + std::to_string(mostMegapixels) + " million (see --pixel-limit)");
     }
 }
 

@@ -29,8 +29,8 @@ PictureHeader ReadHeader(std::string_view file);
 /// with a one-line text that names file and reason. Gives the size that the header tells.
 PictureSize CheckPictureFile(const std::filesystem::path& file, int mostMegapixels);
 
-/// Unless told otherwise; the largest pictures of the WebP format, 16383x16383, still pass. A run takes some
-/// 14 bytes for each pixel.
+/// Unless told otherwise; the largest pictures of the WebP format, 16383x16383, still pass. A run takes up to
+/// some 14 bytes for each pixel.
 inline constexpr int kMostMegapixels = 270;
 
 /// The most bytes of a file.
