@@ -30,8 +30,8 @@ std::string Scenario::Call::Name() const {
            (given ? ", images given" : ", images nil");
 }
 
-Scenario::Scenario(const trvhost::Host& host, std::filesystem::path scratch)
-    : host_(host), scratch_(std::move(scratch)), members_(ReadMembers(host)) {
+Scenario::Scenario(const trvhost::Host& host, std::filesystem::path scratch, Log log)
+    : host_(host), scratch_(std::move(scratch)), log_(log), members_(ReadMembers(host)) {
     for (const Member& member : members_) {
         const bool takesImages =
             std::any_of(member.parameters.begin(), member.parameters.end(),
@@ -177,9 +177,11 @@ void Scenario::Run(const Call& call, const std::function<void()>& before,
     }
     // A row of a padded or mapped image can take more than the block at hand.
     if (!KeepContracts(host_, member, self, values)) return;
+    if (log_ == Log::On) host_.SetShared("PictureTRV", "Debugging", true);
     before();
     Perform(member, self, values);
     after();
+    if (log_ == Log::On) host_.SetShared("PictureTRV", "Debugging", false);
     // What the classes themselves keep.
     if (member.kind == MemberKind::SharedSetter) host_.SetShared(member.className, member.name, false);
     if (member.name == "SetFactory") host_.InvokeShared(member.className, member.declaration, {nullptr});

@@ -29,8 +29,11 @@ class Scenario {
         [[nodiscard]] std::string Name() const;
     };
 
-    /// For a host with the plug-in connected. `scratch` is an empty folder for mapped images.
-    Scenario(const trvhost::Host& host, std::filesystem::path scratch);
+    enum class Log { Off, On };
+
+    /// For a host with the plug-in connected. `scratch` is an empty folder for mapped images. With the log
+    /// on, calls say what they do, which is the more of interest the less they are granted.
+    Scenario(const trvhost::Host& host, std::filesystem::path scratch, Log log = Log::Off);
 
     [[nodiscard]] const std::vector<Call>& Calls() const { return calls_; }
 
@@ -49,6 +52,7 @@ class Scenario {
 
     const trvhost::Host& host_;
     std::filesystem::path scratch_;
+    Log log_;
     std::vector<Member> members_;
     std::vector<Call> calls_;
 };

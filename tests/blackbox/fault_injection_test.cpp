@@ -56,10 +56,16 @@ int64_t CallsOf(const Host& host, const Refusal& refusal) {
 class FaultInjectionTest : public PluginTest {
   protected:
     void RefuseEach(const Refusal& refusal) {
+        for (const Scenario::Log log : {Scenario::Log::Off, Scenario::Log::On})
+            RefuseEach(refusal, log);
+    }
+
+  private:
+    void RefuseEach(const Refusal& refusal, Scenario::Log log) {
         Host& host = TheHost();
         const trvhost::DebugCapture quiet;
         const ScratchFolder scratch;
-        const Scenario scenario(host, scratch.Path());
+        const Scenario scenario(host, scratch.Path(), log);
         int64_t injected = 0;
         for (const Scenario::Call& call : scenario.Calls()) {
             int64_t attempts = 0;

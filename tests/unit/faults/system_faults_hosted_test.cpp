@@ -38,10 +38,27 @@ class SystemFaultsTest : public test::HostedTest {
     /// whether the refusal is still to come.
     template <class Arm, class Disarm>
     void RefuseEach(const Arm& arm, const Disarm& disarm, int64_t least) {
+        for (const Scenario::Log log : {Scenario::Log::Off, Scenario::Log::On})
+            RefuseEach(arm, disarm, least, log);
+    }
+
+    void RefuseEach(Fault fault, int64_t least) {
+        RefuseEach([&](int64_t n) { RefuseNth(fault, n); },
+                   [&] {
+                       const bool happened = !RefusalPending(fault);
+                       RefuseNth(fault, 0);
+                       return happened;
+                   },
+                   least);
+    }
+
+  private:
+    template <class Arm, class Disarm>
+    void RefuseEach(const Arm& arm, const Disarm& disarm, int64_t least, Scenario::Log log) {
         const trvhost::Host& host = TheHost();
         const trvhost::DebugCapture quiet;
         const trvtest::ScratchFolder scratch;
-        const Scenario scenario(host, scratch.Path());
+        const Scenario scenario(host, scratch.Path(), log);
         int64_t injected = 0;
         for (const Scenario::Call& call : scenario.Calls()) {
             bool made = false;
@@ -66,17 +83,6 @@ class SystemFaultsTest : public test::HostedTest {
         RecordProperty("injected", std::to_string(injected));
     }
 
-    void RefuseEach(Fault fault, int64_t least) {
-        RefuseEach([&](int64_t n) { RefuseNth(fault, n); },
-                   [&] {
-                       const bool happened = !RefusalPending(fault);
-                       RefuseNth(fault, 0);
-                       return happened;
-                   },
-                   least);
-    }
-
-  private:
     static inline trvhost::Host* resolving_ = nullptr;
 };
 
