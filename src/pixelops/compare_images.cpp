@@ -2,6 +2,7 @@
 
 #include "frame/debug_log.h"
 #include "image/pixel_loop.h"
+#include "image/store_overlap.h"
 
 namespace trv {
 
@@ -28,13 +29,15 @@ int64_t rbCompareImages(HostObject me, HostObject otherObject) {
     int64_t count = -1;
     DispatchFamily(*image, [&]<class F>(F) {
         TRV_LOG((FamilyLabel<"CompareImages", F>()));
-        count = 0;
-        for (int64_t y = 0; y < image->Height; ++y) {
-            // Asked for, which moves the windows of mapped images, and not looked at.
+        // Rows are asked for and not looked at, which only moves the windows of mapped images.
+        const bool moves = !IsLinear(*other) || !IsLinear(*image);
+        for (int64_t y = 0; moves && y < image->Height; ++y) {
             static_cast<void>(FetchRow(*other, y));
             static_cast<void>(FetchRow(*image, y));
-            count += image->Width;
         }
+        // Over a caller's memory sizes can be any, and the count is one of 64 bits.
+        count =
+            static_cast<int64_t>(static_cast<uint64_t>(image->Width) * static_cast<uint64_t>(image->Height));
     });
     return count;
 }

@@ -38,7 +38,9 @@ class GrayRows {
         if (apart && last_ - first_ < step_ && step_ >= 3 && step_ <= 4) kernels_ = ActivePixelKernels();
     }
 
+    /// Views can be of no width and less.
     void Make(uint8_t* pixel, int64_t count) const {
+        if (count <= 0) return;
         int64_t done = 0;
         if (kernels_ != nullptr) {
             // The kernel takes whole pixels from the first colour on, which the last one need not be.

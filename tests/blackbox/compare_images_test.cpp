@@ -61,6 +61,31 @@ TEST_F(CompareImagesTest, TheLog) {
     }
 }
 
+TEST_F(CompareImagesTest, SizesWithoutEndAreMultipliedIn64Bits) {
+    // Rows of no bytes: each is the same one, and there can be any number of them.
+    const trvhost::MemoryBlock block = TheHost().NewMemoryBlock(64);
+    const auto sized = [&](int64_t width, int64_t height) {
+        return TheHost().Construct("PictureTRV", block, width, height, 1, int64_t{0});
+    };
+    constexpr int64_t kMany = int64_t{1} << 61;
+    EXPECT_EQ(Compare(sized(3, kMany), sized(3, kMany)), 3 * kMany);
+    EXPECT_EQ(Compare(sized(4, kMany), sized(4, kMany)), INT64_MIN);
+    EXPECT_EQ(Compare(sized(INT64_MAX, INT64_MAX), sized(INT64_MAX, INT64_MAX)), 1);
+    const Ref tall = sized(2, kMany), mirrored = TheHost().Call(tall, "MirroredView").ToThing();
+    EXPECT_EQ(Compare(mirrored, tall), 2 * kMany);
+}
+
+TEST_F(CompareImagesTest, ViewsWithoutPixels) {
+    const TestImage image = Plain(7, 5, 1);
+    const auto clip = [&](int64_t x, int64_t width) {
+        return TheHost().Call(image.image, "ClipImage", x, 0, width, 5).ToThing();
+    };
+    EXPECT_EQ(Compare(clip(7, 3), clip(2, 0)), 0);
+    // A width below 0 is no width to start with.
+    EXPECT_EQ(Compare(clip(-9, 7), clip(-9, 7)), -1);
+    EXPECT_EQ(Compare(clip(-4, 2), clip(-5, 3)), -1);
+}
+
 TEST_F(CompareImagesTest, FetchesEveryRow) {
     // Windows of 16 MB over 24: the last row is in the window at the end.
     const Ref image = TheHost().Construct("PictureTRV", 600, 6000, Constant("ImageFormatRGB"), int64_t{0},

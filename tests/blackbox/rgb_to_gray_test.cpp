@@ -117,6 +117,21 @@ TEST_P(RgbToGrayTest, ChannelsInUnusualPlaces) {
     }
 }
 
+TEST_P(RgbToGrayTest, ViewsWithoutWidthAreLeftAlone) {
+    for (const char* format : {"RGB", "RGBA", "XBGR", "ARGB", "RGBX"}) {
+        const TestImage image = Plain(20, 4, Format(format));
+        const auto before = image.root.Bytes();
+        for (const auto& [x, width] : {std::pair{0, 0}, {9, 0}, {-5, 2}, {20, 7}, {-18, 1}}) {
+            const Ref view = TheHost().Call(image.image, "ClipImage", x, 0, width, 4).ToThing();
+            EXPECT_LE(TheHost().Get<int64_t>(view, "Width"), 0);
+            for (int64_t mode = 0; mode <= 4; ++mode)
+                EXPECT_TRUE(Gray(view, mode));
+            EXPECT_EQ(image.root.Bytes(), before) << format << " " << x << " " << width;
+            EXPECT_TRUE(image.root.GuardIntact());
+        }
+    }
+}
+
 TEST_P(RgbToGrayTest, NeverYields) {
     const TestImage image = Plain(5, 3, Format("RGB"));
     TheHost().Set(image.image, "YieldTicks", int64_t{-1});
