@@ -10,6 +10,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace trvbench {
@@ -43,8 +44,16 @@ inline std::string TextOf(Size size) {
 /// At least `count` pseudo-random bytes, the same for everybody.
 std::span<const uint8_t> SourceBytes(size_t count);
 
-/// One run of the work.
-using Work = std::function<void()>;
+/// One run of the work, and for work that spoils its own input what goes before each run, outside the clock.
+struct Work {
+    std::function<void()> run;
+    std::function<void()> before;
+
+    template <class Run>
+    Work(Run&& work) : run(std::forward<Run>(work)) {}  // NOLINT(google-explicit-constructor): it is the work
+    Work(std::function<void()> work, std::function<void()> restore)
+        : run(std::move(work)), before(std::move(restore)) {}
+};
 
 /// Makes the work of one contender; called once for each measurement, outside the clock.
 using MakeWork = std::function<Work()>;

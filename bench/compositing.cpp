@@ -106,30 +106,38 @@ Work InvertWithOpenCv(Layout layout) {
     return [=]() mutable { cv::bitwise_not(image, image); };
 }
 
+/// In colour before each run: a picture that is gray already asks for less.
 Work GrayWithPlugin(Layout layout, int64_t mode) {
-    const Ref image = SourceImage(layout, kLarge);
+    const Ref image = SourceImage(layout, kLarge), colours = SourceImage(layout, kLarge);
     const auto run = TheHost().Method<bool(int64_t)>("PictureTRV", "RGBToGray");
-    return [=]() { Expect(run(image, mode), "RGBToGray"); };
+    const auto copy =
+        TheHost().Method<bool(Ref)>("PictureTRV", "CopyPixels(source as PictureTRV) as boolean");
+    return {[=]() { Expect(run(image, mode), "RGBToGray"); },
+            [=]() { Expect(copy(image, colours), "CopyPixels"); }};
 }
 
 /// To one channel and back to as many as before, which is what in place comes to.
 Work GrayWithOpenCv(Layout layout) {
+    const cv::Mat colours = SourceMat(layout, kLarge);
     cv::Mat image = SourceMat(layout, kLarge);
     cv::Mat gray = TargetMat(Layout::Gray, kLarge);
     const bool alpha = layout == Layout::Rgba;
-    return [=]() mutable {
-        cv::cvtColor(image, gray, alpha ? cv::COLOR_RGBA2GRAY : cv::COLOR_RGB2GRAY);
-        cv::cvtColor(gray, image, alpha ? cv::COLOR_GRAY2RGBA : cv::COLOR_GRAY2RGB);
-    };
+    return {[=]() mutable {
+                cv::cvtColor(image, gray, alpha ? cv::COLOR_RGBA2GRAY : cv::COLOR_RGB2GRAY);
+                cv::cvtColor(gray, image, alpha ? cv::COLOR_GRAY2RGBA : cv::COLOR_GRAY2RGB);
+            },
+            [=]() mutable { colours.copyTo(image); }};
 }
 
 /// Half of it: one channel for three or four.
 Work GrayChannelWithOpenCv(Layout layout) {
-    const cv::Mat image = SourceMat(layout, kLarge);
+    const cv::Mat colours = SourceMat(layout, kLarge);
+    cv::Mat image = SourceMat(layout, kLarge);
     cv::Mat gray = TargetMat(Layout::Gray, kLarge);
-    return [=]() mutable {
-        cv::cvtColor(image, gray, layout == Layout::Rgba ? cv::COLOR_RGBA2GRAY : cv::COLOR_RGB2GRAY);
-    };
+    return {[=]() mutable {
+                cv::cvtColor(image, gray, layout == Layout::Rgba ? cv::COLOR_RGBA2GRAY : cv::COLOR_RGB2GRAY);
+            },
+            [=]() mutable { colours.copyTo(image); }};
 }
 
 Work AutoLevelWithPlugin() {

@@ -47,9 +47,15 @@ void EnterRun(const std::string& operation, const std::string& contender, const 
                                      try {
                                          const Work work = make();
                                          // The first run touches fresh memory.
-                                         work();
-                                         for ([[maybe_unused]] auto _ : state)
-                                             work();
+                                         work.run();
+                                         for ([[maybe_unused]] auto _ : state) {
+                                             if (work.before) {
+                                                 state.PauseTiming();
+                                                 work.before();
+                                                 state.ResumeTiming();
+                                             }
+                                             work.run();
+                                         }
                                      } catch (const std::exception& error) {
                                          state.SkipWithError(error.what());
                                      }

@@ -224,14 +224,20 @@ bool RowBlender::GoesPixelUponPixel(std::span<const StoreSpot> spots, int64_t co
 }
 
 void RowBlender::Blend(uint8_t* to, Pixels pixels, std::span<const StoreSpot> spots, int64_t count) {
-    if (kernels_ == nullptr || !GoesPixelUponPixel(spots, count)) {
-        BlendPixels(pixels, to, count);
-        return;
-    }
+    if (!BlendRun(to, pixels, spots, count)) BlendPixels(pixels, to, count);
+}
+
+bool RowBlender::BlendRun(uint8_t* to, Pixels pixels, std::span<const StoreSpot> spots, int64_t count) {
+    if (kernels_ == nullptr || !GoesPixelUponPixel(spots, count)) return false;
     if (pixels_) {
         pixels_->Blend(to, pixels, count);
-        return;
+    } else {
+        BlendBlocks(to, pixels, count);
     }
+    return true;
+}
+
+void RowBlender::BlendBlocks(uint8_t* to, Pixels pixels, int64_t count) {
     std::array<const uint8_t*, BlendPlan::kMostSides> at{};
     std::copy(pixels.begin(), pixels.end(), at.begin());
     while (count > 0) {
@@ -288,20 +294,46 @@ void RowBlender::BlendPixels(Pixels pixels, uint8_t* to, int64_t count) const {
     }
 }
 
-void BlendRows(const BlendPlan& plan, RowSet& rows, std::span<const BlendSide> sides, int64_t destY,
-               int64_t sourceY, int64_t width, int64_t height, bool yields) {
-    RowBlender blender(plan);
+namespace {
+
+/// One row of each side from its first pixel on.
+struct BlendSpan {
+    uint8_t* to = nullptr;
     std::array<const uint8_t*, BlendPlan::kMostSides> pixels{};
     std::array<StoreSpot, BlendPlan::kMostSides> spots{};
-    for (int64_t y = 0; y < height && width > 0; ++y) {
+
+    BlendSpan(const BlendPlan& plan, const RowSet& rows, std::span<const BlendSide> sides) {
+        to = rows.to + sides[0].x * plan.pixelSize[0];
+        for (size_t side = 0; side < plan.sides; ++side) {
+            const int64_t start = sides[side].x * plan.pixelSize[side];
+            pixels[side] = (side == 0 ? rows.to : rows.from[side - 1]) + start;
+            spots[side] = side == 0 ? rows.toSpot : rows.fromSpot[side - 1];
+            spots[side].position += start;
+        }
+    }
+};
+
+/// Whether whole rows of all sides lie one behind the other.
+bool AreOneRun(std::span<const BlendSide> sides, int64_t width) {
+    return std::all_of(sides.begin(), sides.end(), [&](const BlendSide& side) {
+        return side.x == 0 && side.image->Width == width && IsOneRun(*side.image);
+    });
+}
+
+}  // namespace
+
+void BlendRows(const BlendPlan& plan, RowSet& rows, std::span<const BlendSide> sides, int64_t destY,
+               int64_t sourceY, int64_t width, int64_t height, bool yields) {
+    if (width <= 0 || height <= 0) return;
+    RowBlender blender(plan);
+    if (AreOneRun(sides, width) && rows.Fetch(destY, sourceY)) {
+        const BlendSpan all(plan, rows, sides);
+        if (blender.BlendRun(all.to, all.pixels, all.spots, width * height)) return;
+    }
+    for (int64_t y = 0; y < height; ++y) {
         if (rows.Fetch(destY + y, sourceY + y)) {
-            for (size_t side = 0; side < plan.sides; ++side) {
-                const int64_t start = sides[side].x * plan.pixelSize[side];
-                pixels[side] = (side == 0 ? rows.to : rows.from[side - 1]) + start;
-                spots[side] = side == 0 ? rows.toSpot : rows.fromSpot[side - 1];
-                spots[side].position += start;
-            }
-            blender.Blend(rows.to + sides[0].x * plan.pixelSize[0], pixels, spots, width);
+            const BlendSpan row(plan, rows, sides);
+            blender.Blend(row.to, row.pixels, row.spots, width);
         }
         if (yields) YieldIfWanted(*sides[0].image);
     }

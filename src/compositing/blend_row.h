@@ -66,6 +66,11 @@ class RowBlender {
     void Blend(uint8_t* to, std::span<const uint8_t* const> pixels, std::span<const StoreSpot> spots,
                int64_t count);
 
+    /// The same where it can be done in the fast way; false, with nothing done, where it cannot. For rows
+    /// that lie one behind the other, which the fast way can take as one, whatever their order.
+    bool BlendRun(uint8_t* to, std::span<const uint8_t* const> pixels, std::span<const StoreSpot> spots,
+                  int64_t count);
+
   private:
     /// Offsets of the bytes that are touched in a pixel.
     struct Extent {
@@ -86,6 +91,7 @@ class RowBlender {
     void PrepareGray();
     [[nodiscard]] bool GoesPixelUponPixel(std::span<const StoreSpot> spots, int64_t count) const;
     void BlendPixels(std::span<const uint8_t* const> pixels, uint8_t* to, int64_t count) const;
+    void BlendBlocks(uint8_t* to, std::span<const uint8_t* const> pixels, int64_t count);
     void BlendBlock(std::span<const uint8_t* const> pixels, uint8_t* to, int64_t count);
     void BlendGrayBlock(std::span<const uint8_t* const> pixels, uint8_t* to, int64_t count);
 

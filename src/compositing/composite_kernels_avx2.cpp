@@ -11,7 +11,7 @@ namespace {
 using namespace avx2;
 using Kind = PixelOperand::Kind;
 
-constexpr int64_t kBurst = 32;  // vectors
+constexpr int64_t kBurst = 64;  // vectors
 
 /// MixRule. The weights of source and destination sum to 255, so that the products of samples less 128 stay
 /// inside signed words.
@@ -119,6 +119,19 @@ class Operand {
     Vector weights_;
 };
 
+constexpr int64_t kGroup = PixelBlend::kGroup;
+
+/// Pixels, 0 to 7, up to an address that is a multiple of a vector; of an address between pixels some number.
+int64_t PixelsToAlignment(const uint8_t* p) {
+    return static_cast<int64_t>(-reinterpret_cast<uintptr_t>(p) % kBytes) / 4;
+}
+
+/// 255 in all bytes of the first `count` pixels.
+Vector FirstPixels(int64_t count) {
+    const Vector numbers = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+    return _mm256_cmpgt_epi32(_mm256_set1_epi32(static_cast<int32_t>(count)), numbers);
+}
+
 template <class Rule, Kind kDest, Kind kSource, Kind kMask>
 void BlendGroups(uint8_t* out, const PixelBlend& blend, int64_t groups) {
     const Operand<kDest> d(blend.d);
@@ -126,24 +139,32 @@ void BlendGroups(uint8_t* out, const PixelBlend& blend, int64_t groups) {
     const Operand<kMask> m(blend.m);
     const Vector write = LoadTwice(blend.write);
     const auto made = [&](int64_t at) { return Rule::Apply(d.At(at), s.At(at), m.At(at)); };
-    const auto store = [&](int64_t at, Vector v) {
-        Store(out + 4 * at, _mm256_blendv_epi8(Load(out + 4 * at), v, write));
+    const auto store = [&](int64_t at, Vector v, Vector bytes) {
+        Store(out + 4 * at, _mm256_blendv_epi8(Load(out + 4 * at), v, bytes));
     };
-    const int64_t pixels = groups * PixelBlend::kGroup;
+    const int64_t pixels = groups * kGroup;
     int64_t at = 0;
+    if (pixels >= kBurst * kGroup) {
+        // As many pixels of a first vector as bring the others to where none lies on two lines of the cache.
+        at = PixelsToAlignment(out);
+        store(0, made(0), _mm256_and_si256(write, FirstPixels(at)));
+    }
     // Four pictures by turns, a vector each, cost memory more time than a burst from three and one to the
     // last.
     Vector burst[kBurst];
-    for (; at + kBurst * PixelBlend::kGroup <= pixels; at += kBurst * PixelBlend::kGroup) {
+    for (; at + kBurst * kGroup <= pixels; at += kBurst * kGroup) {
 #pragma GCC unroll 16
         for (int64_t i = 0; i < kBurst; ++i)
-            burst[i] = made(at + i * PixelBlend::kGroup);
+            burst[i] = made(at + i * kGroup);
 #pragma GCC unroll 16
         for (int64_t i = 0; i < kBurst; ++i)
-            store(at + i * PixelBlend::kGroup, burst[i]);
+            store(at + i * kGroup, burst[i], write);
     }
-    for (; at < pixels; at += PixelBlend::kGroup)
-        store(at, made(at));
+    for (; at + kGroup <= pixels; at += kGroup)
+        store(at, made(at), write);
+    if (at == pixels) return;
+    const int64_t last = pixels - kGroup;
+    store(last, made(last), _mm256_andnot_si256(FirstPixels(at - last), write));
 }
 
 template <class Rule, Kind kDest, Kind kSource>

@@ -201,4 +201,18 @@ void ForEachRow(PictureTRV& image, int64_t y, int64_t height, Work&& work) {
     }
 }
 
+/// Calls `work` with the address of the first pixel and the number of the pixels of each run of a rectangle
+/// inside the image, and gives the host its time behind each. A run is a row, or all rows at once where they
+/// lie one behind the other: short rows cost their ends, and long runs go by whole lines of the cache.
+template <class Work>
+void ForEachRun(PictureTRV& image, const Rectangle& rectangle, Work&& work) {
+    if (rectangle.x == 0 && rectangle.width == image.Width && IsOneRun(image)) {
+        work(FetchRow(image, rectangle.y), rectangle.width * rectangle.height);
+        return;
+    }
+    const int64_t start = rectangle.x * image.PixelSize;
+    ForEachRow(image, rectangle.y, rectangle.height,
+               [&](uint8_t* row) { work(row + start, rectangle.width); });
+}
+
 }  // namespace trv

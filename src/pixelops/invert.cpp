@@ -104,10 +104,8 @@ void rbInvert(HostObject me, int64_t x, int64_t y, int64_t width, int64_t height
         if constexpr (F::family == Family::Gray && !F::hasAlpha) {
             if (HasSecondByte(image)) offsets[count++] = channels[0] + 1;
         }
-        const int64_t step = image.PixelSize;
-        const FlipPattern pattern(step, std::span(offsets).first(count));
-        ForEachRow(image, rectangle.y, rectangle.height,
-                   [&](uint8_t* row) { pattern.Flip(row + rectangle.x * step, rectangle.width); });
+        const FlipPattern pattern(image.PixelSize, std::span(offsets).first(count));
+        ForEachRun(image, rectangle, [&](uint8_t* pixel, int64_t pixels) { pattern.Flip(pixel, pixels); });
     });
 }
 

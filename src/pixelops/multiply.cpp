@@ -131,10 +131,8 @@ void Run(HostObject me, Rectangle rectangle, const Operation& operation) {
         if constexpr (F::hasAlpha) {
             TRV_LOG((FamilyLabel<kName, F>()));
             const auto offsets = F::Offsets(image);
-            const int64_t step = image.PixelSize;
-            const MultiplyRows rows(operation, step, offsets);
-            ForEachRow(image, rectangle.y, rectangle.height,
-                       [&](uint8_t* row) { rows.Make(row + rectangle.x * step, rectangle.width); });
+            const MultiplyRows rows(operation, image.PixelSize, offsets);
+            ForEachRun(image, rectangle, [&](uint8_t* pixel, int64_t count) { rows.Make(pixel, count); });
         }
     });
 }

@@ -9,6 +9,7 @@ namespace {
 const PixelKernels& KernelsOfAvx512() {
     static const PixelKernels kernels = [] {
         PixelKernels made = kPixelKernelsAvx2;
+        made.multiply4 = &MultiplyPixelsAvx512;
         made.unmultiply4 = &UnmultiplyPixelsAvx512;
         return made;
     }();

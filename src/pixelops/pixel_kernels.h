@@ -35,7 +35,8 @@ struct PixelKernels {
 
 extern const PixelKernels kPixelKernelsBaseline;
 extern const PixelKernels kPixelKernelsAvx2;
-/// What AVX-512 has beyond that: unmultiply4.
+/// What AVX-512 has beyond that: multiply4 and unmultiply4.
+void MultiplyPixelsAvx512(uint8_t* pixels, int alphaShift, int64_t count);
 void UnmultiplyPixelsAvx512(uint8_t* pixels, int alphaShift, int64_t count);
 
 }  // namespace trv

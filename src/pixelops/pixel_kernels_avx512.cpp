@@ -8,6 +8,7 @@ namespace trv {
 
 namespace {
 
+constexpr int64_t kVectorBytes = 64;
 constexpr int64_t kGroup = 16;  // pixels of 4 bytes in a vector
 
 /// Of four pixels the last bytes, each for all bytes of its pixel.
@@ -38,23 +39,59 @@ __m512i Unmultiplied(__m512i pixels, __m512i lastBytes) {
                                   _mm512_set1_epi8(-1));
 }
 
+/// Replaces pixels, at most a vector of them, by what `made` makes of each.
+template <class Made>
+void ReplaceSome(uint8_t* pixels, int64_t count, const Made& made) {
+    const auto some = static_cast<__mmask16>((1U << count) - 1);
+    _mm512_mask_storeu_epi32(pixels, some, made(_mm512_maskz_loadu_epi32(some, pixels)));
+}
+
+template <class Made>
+void Replace(uint8_t* pixels, int64_t count, const Made& made) {
+    // A vector is a line of the cache, so none should lie on two.
+    const auto toLine = static_cast<int64_t>(-reinterpret_cast<uintptr_t>(pixels) % kVectorBytes) / 4;
+    int64_t i = toLine < count ? toLine : count;
+    ReplaceSome(pixels, i, made);
+    for (; i + kGroup <= count; i += kGroup)
+        _mm512_storeu_si512(pixels + 4 * i, made(_mm512_loadu_si512(pixels + 4 * i)));
+    ReplaceSome(pixels + 4 * i, count - i, made);
+}
+
 template <bool kAlphaIsLast>
 void Unmultiply(uint8_t* pixels, int alphaShift, int64_t count) {
     const __m512i lastBytes =
         _mm512_broadcast_i32x4(_mm_load_si128(reinterpret_cast<const __m128i*>(kLastBytes)));
     const __m512i turn = _mm512_set1_epi32(24 - alphaShift);
-    for (int64_t i = 0; i < count; i += kGroup) {
-        const int64_t left = count - i;
-        const auto some = static_cast<__mmask16>(left < kGroup ? (1U << left) - 1 : 0xFFFF);
-        __m512i all = _mm512_maskz_loadu_epi32(some, pixels + 4 * i);
+    Replace(pixels, count, [&](__m512i all) {
         if constexpr (!kAlphaIsLast) all = _mm512_rolv_epi32(all, turn);
         __m512i made = Unmultiplied(all, lastBytes);
         if constexpr (!kAlphaIsLast) made = _mm512_rorv_epi32(made, turn);
-        _mm512_mask_storeu_epi32(pixels + 4 * i, some, made);
-    }
+        return made;
+    });
 }
 
 }  // namespace
+
+void MultiplyPixelsAvx512(uint8_t* pixels, int alphaShift, int64_t count) {
+    // Words of a pixel's alpha: both bytes of a word meet the same one.
+    const __m512i alphas =
+        _mm512_add_epi8(_mm512_broadcast_i32x4(_mm_setr_epi8(0, -128, 0, -128, 4, -128, 4, -128, 8, -128, 8,
+                                                             -128, 12, -128, 12, -128)),
+                        _mm512_set1_epi16(static_cast<int16_t>(alphaShift / 8)));
+    const __mmask64 colours = ~(0x1111111111111111U << (alphaShift / 8));
+    Replace(pixels, count, [&](__m512i all) {
+        const __m512i alpha = _mm512_shuffle_epi8(all, alphas);
+        // Rounded to nearest as MultiplyTwo does it: (x + 128) * 257 / 65536.
+        const auto rounded = [&](__m512i words) {
+            const __m512i products =
+                _mm512_add_epi16(_mm512_mullo_epi16(words, alpha), _mm512_set1_epi16(128));
+            return _mm512_mulhi_epu16(products, _mm512_set1_epi16(257));
+        };
+        const __m512i even = rounded(_mm512_and_si512(all, _mm512_set1_epi16(255)));
+        const __m512i odd = rounded(_mm512_srli_epi16(all, 8));
+        return _mm512_mask_mov_epi8(all, colours, _mm512_or_si512(even, _mm512_slli_epi16(odd, 8)));
+    });
+}
 
 void UnmultiplyPixelsAvx512(uint8_t* pixels, int alphaShift, int64_t count) {
     if (alphaShift == 24) {

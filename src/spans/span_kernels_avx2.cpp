@@ -126,27 +126,6 @@ void Spread(const uint8_t* from, uint8_t* to, int64_t groups, const ByteShuffle*
     if (parts == 5) run.template operator()<5>();
 }
 
-/// 32 pixels of 4 or 3 bytes as pixels of 4: fours of them, those up to 15 in the lower halves and the others
-/// in the upper ones. Of pixels of 3 the fourth is 0.
-template <int kPixelSize>
-inline void LoadPixels(const uint8_t* from, __m256i (&fours)[4]) {
-    constexpr int64_t kHalf = 16 * kPixelSize;
-    if constexpr (kPixelSize == 4) {
-        for (int i = 0; i < 4; ++i)
-            fours[i] = LoadTwo(from + 16 * i, from + kHalf + 16 * i);
-    } else {
-        const __m256i spread =
-            _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
-        const __m256i a = LoadTwo(from, from + kHalf);
-        const __m256i b = LoadTwo(from + 16, from + kHalf + 16);
-        const __m256i c = LoadTwo(from + 32, from + kHalf + 32);
-        fours[0] = _mm256_shuffle_epi8(a, spread);
-        fours[1] = _mm256_shuffle_epi8(_mm256_alignr_epi8(b, a, 12), spread);
-        fours[2] = _mm256_shuffle_epi8(_mm256_alignr_epi8(c, b, 8), spread);
-        fours[3] = _mm256_shuffle_epi8(_mm256_srli_si256(c, 4), spread);
-    }
-}
-
 template <int kPixelSize>
 void LumaOf(const uint8_t* from, uint8_t* to, int64_t groups, __m256i shares) {
     const __m256i middle = _mm256_set1_epi8(-128);

@@ -142,4 +142,25 @@ inline Vector WeighPixels(Vector pixels, Vector weights) {
     return _mm256_madd_epi16(pairs, _mm256_set1_epi16(1));
 }
 
+/// 32 pixels of 4 or 3 bytes as pixels of 4: fours of them, those up to 15 in the lower halves and the others
+/// in the upper ones. Of pixels of 3 the fourth is 0.
+template <int kPixelSize>
+inline void LoadPixels(const uint8_t* from, Vector (&fours)[4]) {
+    constexpr int64_t kHalf = 16 * kPixelSize;
+    if constexpr (kPixelSize == 4) {
+        for (int i = 0; i < 4; ++i)
+            fours[i] = LoadTwo(from + 16 * i, from + kHalf + 16 * i);
+    } else {
+        const Vector spread =
+            _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11, -1));
+        const Vector a = LoadTwo(from, from + kHalf);
+        const Vector b = LoadTwo(from + 16, from + kHalf + 16);
+        const Vector c = LoadTwo(from + 32, from + kHalf + 32);
+        fours[0] = _mm256_shuffle_epi8(a, spread);
+        fours[1] = _mm256_shuffle_epi8(_mm256_alignr_epi8(b, a, 12), spread);
+        fours[2] = _mm256_shuffle_epi8(_mm256_alignr_epi8(c, b, 8), spread);
+        fours[3] = _mm256_shuffle_epi8(_mm256_srli_si256(c, 4), spread);
+    }
+}
+
 }  // namespace trv::avx2

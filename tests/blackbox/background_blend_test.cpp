@@ -272,6 +272,44 @@ TEST_P(BackgroundBlendTest, RefusalsLeaveTheResultAndSayWhy) {
     stores.ExpectSame("refused");
 }
 
+TEST_P(BackgroundBlendTest, TheLogLineByLine) {
+    const TestImage gray = Plain(4, 2, Format("GA")), colours = Plain(5, 3, Format("BGRX"));
+    using Lines = std::vector<std::string>;
+    const auto log = [&](const Ref& dest, const Ref& mask, const Rect& r) {
+        return LogOf([&] { EXPECT_TRUE(Blend(gray.image, dest, mask, colours.image, 0, r)); });
+    };
+    const Ref nil;
+    EXPECT_EQ(log(colours.image, gray.image, {5, 1, -3, 9}),
+              (Lines{"BlendPicturesWithMaskWithBackground5", "Fix 5, 1, -3, 9", "Fixed 2, 1, 2, 1",
+                     "BlendPictureBG2", "BlendPictureBG6_Gray_RGB_Gray_RGB", "okay"}));
+    EXPECT_EQ(log(nil, colours.image, {-6, 0, 2, 2}),
+              (Lines{"BlendPicturesWithMaskWithBackground5", "Fix -6, 0, 2, 2", "Fixed 0, 0, -4, 2",
+                     "BlendPictureBG2", "BlendPictureBG4_Gray_RGB_RGB"}));
+    EXPECT_EQ(log(colours.image, nil, {0, 0, 4, 2}),
+              (Lines{"BlendPicturesWithMaskWithBackground5", "Fix 0, 0, 4, 2", "Fixed 0, 0, 4, 2",
+                     "BlendPictureBG2", "BlendPictureBG3_Gray_RGB"}));
+}
+
+TEST_P(BackgroundBlendTest, OfSeveralFaultsTheFirstIsNamed) {
+    const TestImage source = Plain(5, 3, Format("RGB")), small = Plain(4, 2, Format("CMYK")),
+                    ink = Plain(5, 3, Format("CMYK"));
+    const Ref unconstructed = TheHost().New("PictureTRV"), nil;
+    const auto last = [&](const Ref& s, const Ref& d, const Ref& m, const Ref& r, int64_t width) {
+        return LogOf([&] { EXPECT_FALSE(Blend(s, d, m, r, 0, {0, 0, width, 3})); }).back();
+    };
+    const Ref& s = source.image;
+    EXPECT_EQ(last(nil, unconstructed, unconstructed, nil, 0), "SourceImage is nil");
+    EXPECT_EQ(last(unconstructed, unconstructed, unconstructed, nil, 0), "Picture not valid.");
+    EXPECT_EQ(last(ink.image, unconstructed, unconstructed, nil, 0), "SourceImage is not RGB or Gray.");
+    EXPECT_EQ(last(s, unconstructed, unconstructed, nil, 0), "Width or height is 0. 0, 3");
+    EXPECT_EQ(last(s, unconstructed, unconstructed, nil, 5), "Result is nil");
+    EXPECT_EQ(last(s, small.image, small.image, small.image, 5), "Result too small.");
+    EXPECT_EQ(last(s, small.image, small.image, ink.image, 5), "Result is not RGB or Gray.");
+    EXPECT_EQ(last(s, small.image, unconstructed, s, 5), "DestImage too small.");
+    EXPECT_EQ(last(s, ink.image, unconstructed, s, 5), "DestImage is not RGB or Gray.");
+    EXPECT_EQ(last(s, s, small.image, s, 5), "Mask too small.");
+}
+
 TEST_P(BackgroundBlendTest, NeverYields) {
     const TestImage source = Plain(5, 3, Format("RGB")), result = Plain(5, 3, Format("RGB"));
     TheHost().Set(source.image, "YieldTicks", int64_t{-1});

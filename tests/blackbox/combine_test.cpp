@@ -196,6 +196,20 @@ TEST_P(CombineTest, All128WorkersOfCase2) {
                         CheckCase2(big, from, by, pre, DrawPlace(big, from));
                         if (HasFatalFailure()) return;
                     }
+                    // Cut at each side of the destination, and of the source.
+                    const TestImage to = Some(12, 7, Format(d)), from = Some(9, 6, Format(s)),
+                                    by = Some(9, 6, Format(m));
+                    for (const Placed& at : {Placed{-3, 1, 9, 6, 0, 0},
+                                             {2, -2, 9, 6, 0, 0},
+                                             {8, 1, 9, 6, 0, 0},
+                                             {1, 4, 9, 6, 0, 0},
+                                             {5, 1, 8, 4, -2, 0},
+                                             {1, 5, 4, 4, 0, -1},
+                                             {0, 0, 6, 4, 5, 1},
+                                             {0, 0, 4, 6, 1, 3}}) {
+                        CheckCase2(to, from, by, pre, at);
+                        if (HasFatalFailure()) return;
+                    }
                 }
             }
         }
@@ -444,6 +458,93 @@ TEST_P(CombineTest, EveryArgumentIsLogged) {
                                             "CopyPixelFastTRV 1, 2, 3, 1, 0, 1", "CopyPixelsBlock"}));
     for (const char* label : {"pDestImage ", "pImage ", "pMask "})
         EXPECT_THAT(log, Contains(testing::StartsWith(label)));
+}
+
+TEST_P(CombineTest, ASourceLeftOfItselfMovesTheDestinationAlong) {
+    const TestImage dest = Plain(10, 4, Format("G")), source = Plain(8, 3, Format("G")),
+                    mask = Plain(8, 3, Format("G"));
+    dest.root.SetBytes(std::vector<uint8_t>(40, 9));
+    mask.root.SetBytes(std::vector<uint8_t>(24, 0));
+    EXPECT_TRUE(Combine(dest, source, false, mask.image, {5, 2, 6, 2, -2, -1}));
+    // 4 columns of the source's first row, at 3 and 1.
+    std::vector<uint8_t> expected(40, 9);
+    std::copy_n(source.root.Row(0), 4, expected.begin() + 13);
+    EXPECT_EQ(dest.root.Bytes(), expected);
+}
+
+TEST_P(CombineTest, TheLogLineByLine) {
+    const TestImage dest = Plain(6, 4, Format("RGBA")), source = Plain(5, 3, Format("GA")),
+                    mask = Plain(5, 3, Format("RGB")), gray = Plain(6, 4, Format("G"));
+    using Lines = std::vector<std::string>;
+    // Objects are logged by their addresses.
+    const auto log = [&](auto&& call) {
+        Lines lines = LogOf(call);
+        for (std::string& line : lines) {
+            for (const std::string label : {"pDestImage", "pImage", "pMask", "instance"}) {
+                if (line.starts_with(label + " ")) line = label;
+            }
+        }
+        return lines;
+    };
+    const auto combined = [&](const Ref& by, int64_t fore, int64_t maskColour, const Lines& rest) {
+        Lines expected{"PictureCombine1pm", "pDestImage", "pImage",   "pMask",     "pDestX 1",     "pDestY 0",
+                       "pSourceX 0",        "pSourceY 1", "pWidth 3", "pHeight 9", "pUseColours 1"};
+        expected.push_back("pForeColour " + std::to_string(fore));
+        expected.push_back("pMaskColour " + std::to_string(maskColour));
+        expected.insert(expected.end(), rest.begin(), rest.end());
+        EXPECT_EQ(log([&] {
+                      Combine(dest, source, true, by, {1, 0, 3, 9, 0, 1}, true, fore, maskColour);
+                  }),
+                  expected);
+    };
+    combined(mask.image, -1, -1, {"Case2", "StartImage ok", "StartImage ok", "Case2RGBAGARGBpt"});
+    combined(nullptr, 0x0A0B0C, -1,
+             {"Case3", "StartImage ok", "StartImage ok", "Case3RGBGpt", "MSHasGray true", "MSHasRGB false",
+              "MEHasGray false", "MEHasRGB true", "TR 10", "TG 11", "TB 12", "eps 4", "sps 2"});
+    combined(nullptr, 7, 0, {"Case4", "StartImage ok", "StartImage ok", "Case4RGBGpt"});
+    EXPECT_EQ(log([&] { TheHost().Call(dest.image, "Combine", gray.image, 2, 1, 3, 9, Color{0x010203}); }),
+              (Lines{"PictureCombine4", "instance", "pMask", "X 2", "Y 1", "Width 3", "Height 9",
+                     "BackColour 66051", "PictureCombine4internCase", "StartImage ok",
+                     "PictureCombine4internCaseInternalGray"}));
+}
+
+TEST_P(CombineTest, OfSeveralFaultsTheFirstIsNamed) {
+    const TestImage dest = Plain(6, 4, Format("RGB")), wide = Plain(6, 4, Format("Gray16")),
+                    small = Plain(4, 2, Format("G")), wideSmall = Plain(4, 2, Format("Gray16"));
+    const Ref unconstructed = TheHost().New("PictureTRV"), closed = NewImage(6, 4, "ImageFormatRGB");
+    TheHost().Call(closed, "Close");
+    const auto last = [&](const Ref& me, auto... args) {
+        return LogOf([&] { EXPECT_FALSE(TheHost().Call(me, "Combine", args...).ToBool()); }).back();
+    };
+    const auto over = [&](const Ref& me, const Ref& image, const Ref& by, const Placed& at,
+                          int64_t maskColour = -1) {
+        return last(me, image, false, by, at.dx, at.dy, at.sx, at.sy, at.width, at.height, true, int64_t{-1},
+                    maskColour);
+    };
+    const Placed whole{0, 0, 6, 4, 0, 0}, far{6, 4, 6, 4, 0, 0};
+    EXPECT_EQ(over(dest.image, nullptr, nullptr, {0, 0, 0, 0, 0, 0}), "pImage is nil");
+    EXPECT_EQ(over(dest.image, unconstructed, unconstructed, {0, 0, 0, 0, 0, 0}), "pWidth <= 0");
+    EXPECT_EQ(over(wide.image, unconstructed, wideSmall.image, whole), "Picture not valid.");
+    const std::string tooDeep = "More than 8 BitsPerComponent not supported here 16";
+    EXPECT_EQ(over(dest.image, dest.image, wideSmall.image, whole), tooDeep);
+    EXPECT_EQ(over(closed, dest.image, small.image, whole), "Width not the same: 4, 6");
+    EXPECT_EQ(over(closed, dest.image, dest.image, far), "GetRow is nil");
+    EXPECT_EQ(over(dest.image, closed, dest.image, far), "GetRow is nil");
+    EXPECT_EQ(over(dest.image, dest.image, dest.image, far), "w is <= 0");
+    EXPECT_EQ(over(closed, wide.image, nullptr, far, 5), tooDeep);
+    EXPECT_EQ(over(unconstructed, wide.image, nullptr, far, 5), "Picture not valid.");
+    const auto colour = [&](const Ref& me, const Ref& by, int64_t x, int64_t width, int64_t height) {
+        return last(me, by, x, 9, width, height, Color{7});
+    };
+    EXPECT_EQ(colour(unconstructed, nullptr, 9, 0, 0), "Mask is nil.");
+    EXPECT_EQ(colour(unconstructed, wideSmall.image, 9, 0, 0), "Width is <=0. 0");
+    EXPECT_EQ(colour(unconstructed, wideSmall.image, 9, 5, 0), "Height is <=0. 0");
+    EXPECT_EQ(colour(small.image, unconstructed, 9, 5, 5), "Picture not valid.");
+    EXPECT_EQ(colour(small.image, wide.image, 9, 5, 5), "BitsPerComponent > 8 not supported. 16");
+    EXPECT_EQ(colour(small.image, dest.image, 9, 5, 5), "Instance is not RGB.");
+    EXPECT_EQ(colour(closed, small.image, 9, 5, 5), "width does not match. 4, 6");
+    EXPECT_EQ(colour(closed, dest.image, 9, 5, 5), "StartImage failed.");
+    EXPECT_EQ(colour(dest.image, Plain(6, 4, Format("CMYK")).image, 9, 5, 5), "width is <=0. -3");
 }
 
 TEST_P(CombineTest, FarRectanglesEnd) {

@@ -118,6 +118,14 @@ TEST_P(InvertTest, TheLog) {
     EXPECT_THAT(log("RGB"), testing::Not(Contains("HasAlpha 1")));
 }
 
+TEST_P(InvertTest, TheLogLineByLine) {
+    const TestImage image = Plain(5, 4, Format("ACMYK"));
+    EXPECT_EQ(
+        LogOf([&] { TheHost().Call(image.image, "Invert", 4, 9, -3, -7); }),
+        (std::vector<std::string>{"Invert5", "Fix 4, 9, -3, -7", "Fixed 1, 2, 3, 2", "StartImage ok",
+                                  "Invert CMYKA", "x 1", "y 2", "uw 4", "uh 4", "HasAlpha 1", "HasCMYK 1"}));
+}
+
 TEST_P(InvertTest, MappedImages) {
     const Ref image =
         TheHost().Construct("PictureTRV", 600, 6000, Format("RGB"), int64_t{0}, trvhost::FolderItem());
