@@ -25,6 +25,11 @@ bool Fits(const std::string& className, const Ref& self) {
     return self && (className == "PictureTRV") == (self.ClassName() == "PictureTRV");
 }
 
+/// Noise, and the path of a file in the scratch folder.
+bool DependsOnChance(const Member& member) {
+    return member.name == "FillRectRandom" || member.name == "DiffuseFilter" || member.name == "FilePath";
+}
+
 }  // namespace
 
 // The machine
@@ -50,6 +55,7 @@ std::vector<std::string> Machine::Uncalled() const {
 
 std::string Machine::Run(std::span<const uint8_t> bytes) {
     ForgetSteps();
+    digest_ = {};
     {
         Program program(*this, bytes);
         program.Run();
@@ -71,9 +77,12 @@ std::string Machine::Run(std::span<const uint8_t> bytes) {
 
 void Program::Run() {
     trvhost::Host& host = machine_.TheHost();
-    host.OnYield([this] { Interrupt(); });
-    while (!choices_.Done() && steps_ < kMostSteps)
+    // The host's time comes by the clock.
+    if (!machine_.repeatable_) host.OnYield([this] { Interrupt(); });
+    while (!choices_.Done() && steps_ < kMostSteps) {
         Step();
+        if (machine_.repeatable_) DigestStep();
+    }
     host.OnYield(nullptr);
     BeginCall("the end");
     // What a program left behind in the classes themselves would reach the next one.
@@ -110,6 +119,12 @@ void Program::Step() {
         default:
             return CallMember();
     }
+}
+
+void Program::DigestStep() {
+    Tell("digest");
+    things_.images.ForEach([&](const Ref& image) { machine_.digest_.AddImage(machine_.TheHost(), image); });
+    EndCall();
 }
 
 void Program::Interrupt() {
@@ -166,7 +181,7 @@ void Program::MakeImage() {
         Tell("new image" + TextOf(arguments));
         host.Invoke(image, "Constructor", arguments);
         EndCall();
-        if (choices_.OneIn(2)) host.Call(image, "FillRectRandom");
+        if (choices_.OneIn(2)) FillWithNoise(host, image, choices_.Byte());
         if (choices_.OneIn(2)) host.Set(image, "YieldTicks", choices_.Between(-2, 2));
     }
     things_.images.Add(std::move(image), choices_);
@@ -433,6 +448,7 @@ void Program::CallMember() {
         arguments.push_back(AnyArgument(parameter, self));
     }
     if (!KeepContracts(host, member, self, arguments)) return;
+    if (machine_.repeatable_ && DependsOnChance(member)) return;
     ++member.calls;
     ++machine_.calls_;
     Tell((self ? things_.NameOf(self) : member.className) + "." + member.declaration + " <- " +
@@ -450,6 +466,7 @@ void Program::CallMember() {
         ++machine_.exceptions_;
         (void)host.TakeException();
     }
+    if (machine_.repeatable_ && !result.IsPointer()) machine_.digest_.Add(TextOf({result}));
     if (result.IsThing()) things_.Keep(result.ToThing(), choices_);
 }
 

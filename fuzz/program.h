@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "choices.h"
+#include "digest.h"
 #include "members.h"
 #include "numbers.h"
 #include "things.h"
@@ -38,6 +39,11 @@ class Machine {
     /// Members that no program has called yet.
     [[nodiscard]] std::vector<std::string> Uncalled() const;
 
+    /// From now on programs do nothing that depends on time or chance, and are digested step by step.
+    void MakeRepeatable() { repeatable_ = true; }
+    /// Of everything that the last program made.
+    [[nodiscard]] const Digest& LastDigest() const { return digest_; }
+
     /// Runs one program. The result says what was wrong at its end (a leak, a misuse); empty if nothing was.
     std::string Run(std::span<const uint8_t> bytes);
 
@@ -52,6 +58,8 @@ class Machine {
     int64_t calls_ = 0;
     int64_t exceptions_ = 0;
     int64_t yields_ = 0;
+    bool repeatable_ = false;
+    Digest digest_;
 };
 
 /// A program while it runs.
@@ -63,6 +71,8 @@ class Program {
 
   private:
     void Step();
+    /// What the step has made of the images.
+    void DigestStep();
     void MakeThing();
     void MakeImage();
     void MakeMapped();

@@ -35,6 +35,11 @@ class Pool {
         things_.erase(things_.begin() + static_cast<std::ptrdiff_t>(index));
     }
     void Clear() { const std::vector<trvhost::Ref> gone = std::exchange(things_, {}); }
+    template <class Work>
+    void ForEach(Work&& work) const {
+        for (const trvhost::Ref& thing : things_)
+            work(thing);
+    }
     [[nodiscard]] bool Empty() const { return things_.empty(); }
     /// How a thing is told in the text of a program.
     [[nodiscard]] std::string NameOf(const trvhost::Ref& thing) const {

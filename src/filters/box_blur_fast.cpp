@@ -140,7 +140,7 @@ bool BoxBlurFast(const BoxBlurTask& task) {
     if (!task.vertical && !task.horizontal) return false;
     const BlurKernels* kernels = ActiveBlurKernels();
     if (kernels == nullptr || task.Written().IsEmpty() || !task.destPlaces.AreApart() ||
-        MayShareMemory(task.dest, task.source)) {
+        OrderMatters(task.source, task.dest)) {
         return false;
     }
     if (task.radius <= kMostNarrowRadius) {

@@ -154,7 +154,7 @@ class FastMatrix {
 bool ApplyMatrixFast(const MatrixTask& task) {
     const MatrixKernels* kernels = ActiveMatrixKernels();
     if (kernels == nullptr || task.Written().IsEmpty() || !task.destPlaces.AreApart() ||
-        MayShareMemory(task.dest, task.source)) {
+        OrderMatters(task.source, task.dest)) {
         return false;
     }
     const Choice choice = Choose(task, *kernels);

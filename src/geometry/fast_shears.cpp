@@ -383,7 +383,7 @@ bool RunShears(const Shears& shears, PictureTRV& source, PictureTRV& dest, const
     const BlendKernels* kernels = ActiveBlendKernels();
     const bool fits = kernels != nullptr && source.PixelSize >= 1 && source.GetRow != nullptr &&
                       dest.GetRow != nullptr && dest.Width == shears.finalWidth &&
-                      dest.Height == shears.finalHeight && !MayShareMemory(source, dest);
+                      dest.Height == shears.finalHeight && !OrderMatters(source, dest);
     if (!fits) return false;
     ShearWalk walk(shears, source, dest, channels, *kernels);
     if (!walk.Prepare()) return false;

@@ -43,7 +43,7 @@ template <class F>
 void HalfTurn(PictureTRV& source, PictureTRV& dest, F family) {
     TRV_LOG((FamilyLabel<"Rotate180", F>()));
     const PixelMap map = PixelMap::Between(family, source, dest);
-    if (!map.AnyOrder() || MayShareMemory(source, dest)) {
+    if (!map.AnyOrder() || OrderMatters(source, dest)) {
         return PlainTurn(source, dest, map, {Turn::Half, 0});
     }
     map.Dispatch([&](const auto& pixel, int64_t fromBase, int64_t toBase) {
@@ -72,7 +72,7 @@ void QuarterTurn(PictureTRV& source, PictureTRV& dest, F family, Turn turn, bool
         edge = std::max<int64_t>(edge, 1);
     }
     const PixelMap map = PixelMap::Between(family, source, dest);
-    if (!map.AnyOrder() || MayShareMemory(source, dest)) {
+    if (!map.AnyOrder() || OrderMatters(source, dest)) {
         PlainTurn(source, dest, map, {turn, edge});
     } else {
         FastQuarterTurn(source, dest, map, turn);

@@ -66,6 +66,10 @@ bool RowsMayOverlap(const PictureTRV& record) {
     return distance < SaturatedMultiply(record.Width, record.PixelSize);
 }
 
+bool OrderMatters(PictureTRV& from, PictureTRV& to) {
+    return RowsMayOverlap(to) || MayShareMemory(from, to);
+}
+
 int64_t RowsInReach(const PictureTRV& record) {
     if (record.IsMapping == 0) return std::numeric_limits<int64_t>::max();
     return std::max<int64_t>(record.MappingRows - 2, 1);

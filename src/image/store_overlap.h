@@ -23,6 +23,10 @@ namespace trv {
 /// Whether rows of the image may reach the same bytes, as over a caller's memory with a small `RowSize`.
 [[nodiscard]] bool RowsMayOverlap(const PictureTRV& record);
 
+/// Whether an operation from one image to the other, both open, shows in its result in which order it reads
+/// and writes: they may share memory, or rows of the second may reach the same bytes.
+[[nodiscard]] bool OrderMatters(PictureTRV& from, PictureTRV& to);
+
 /// Rows that can be reached one after the other without moving a mapped image's window; without limit in
 /// memory. At least 1.
 [[nodiscard]] int64_t RowsInReach(const PictureTRV& record);

@@ -124,9 +124,12 @@ bool CopyPixelsConverted(PictureTRV& dest, PictureTRV& source, const RectanglePa
                           pair.width * pair.height);
         return true;
     }
+    // Two windows can show the same bytes at addresses that do not tell it.
+    const bool inOrder = dest.IsMapping != 0 && source.IsMapping != 0 && MayShareMemory(dest, source);
+    const auto convert = inOrder ? &SpanConverter::ConvertInOrder : &SpanConverter::Convert;
     ForEachRowPair(dest, source, pair, [&](const uint8_t* fromRow, uint8_t* toRow) {
-        converter.Convert(fromRow + pair.sourceX * source.PixelSize, toRow + pair.destX * dest.PixelSize,
-                          pair.width);
+        (converter.*convert)(fromRow + pair.sourceX * source.PixelSize, toRow + pair.destX * dest.PixelSize,
+                             pair.width);
     });
     return true;
 }

@@ -44,7 +44,7 @@ uint8_t* FetchInside(PictureTRV& record, int64_t y) {
 
 bool NeedsPlainOrder(PictureTRV& from, PictureTRV& to) {
     if (debugFlag != 0 && !(IsLinear(from) && IsLinear(to))) return true;
-    return MayShareMemory(from, to) || RowsMayOverlap(to);
+    return OrderMatters(from, to);
 }
 
 }  // namespace trv

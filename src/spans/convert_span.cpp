@@ -136,12 +136,12 @@ void SpanConverter::Convert(const uint8_t* from, uint8_t* to, int64_t count) con
     const bool overlap = Overlap(fromStart, from + (count - 1) * fromStep_ + fromLast_ + 1, toStart,
                                  to + (count - 1) * toStep_ + toLast_ + 1);
     if (overlap || method_ == Method::Plain) {
-        Plain(from, to, count);
+        ConvertInOrder(from, to, count);
     } else if (method_ == Method::Move) {
         std::memcpy(to + toFirst_, fromStart, static_cast<size_t>(count * toStep_));
     } else {
         const int64_t done = Groups(from, to, count);
-        Plain(from + done * fromStep_, to + done * toStep_, count - done);
+        ConvertInOrder(from + done * fromStep_, to + done * toStep_, count - done);
     }
 }
 
@@ -178,7 +178,7 @@ int64_t SpanConverter::Groups(const uint8_t* from, uint8_t* to, int64_t count) c
     return std::min(done, count);
 }
 
-void SpanConverter::Plain(const uint8_t* from, uint8_t* to, int64_t count) const {
+void SpanConverter::ConvertInOrder(const uint8_t* from, uint8_t* to, int64_t count) const {
     for (; count > 0; --count, from += fromStep_, to += toStep_) {
         for (int i = 0; i < count_; ++i) {
             const ByteRule& rule = rules_[i];

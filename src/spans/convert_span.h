@@ -40,6 +40,8 @@ class SpanConverter {
     /// Converts `count` pixels from the addresses of the first ones. The result is that of going pixel by
     /// pixel and rule by rule, from first to last, also where both runs are the same memory.
     void Convert(const uint8_t* from, uint8_t* to, int64_t count) const;
+    /// The same for runs that may be one memory at two addresses.
+    void ConvertInOrder(const uint8_t* from, uint8_t* to, int64_t count) const;
 
   private:
     static constexpr int kMostParts = 5;
@@ -51,7 +53,6 @@ class SpanConverter {
     bool PrepareShuffle();
     bool FillShuffle(ByteShuffle& shuffle, int64_t firstByte, int64_t bytes) const;
     bool PrepareLuma();
-    void Plain(const uint8_t* from, uint8_t* to, int64_t count) const;
     void RunKernel(const uint8_t* from, uint8_t* to, int64_t groups) const;
     [[nodiscard]] int64_t Groups(const uint8_t* from, uint8_t* to, int64_t count) const;
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "image_sides.h"
 #include "plugin_test.h"
 
 namespace trvtest {
@@ -116,6 +118,50 @@ TEST_F(Regressions, AnImageThatBecomesASmallerOneMeanwhileIsLeftAlone) {
             EXPECT_TRUE(small.GuardIntact());
         }
     }
+}
+
+// Rows of a destination that all lie in one place keep what is written last. Vectors went through them in
+// groups of columns.
+TEST_F(Regressions, RowsOfADestinationThatLieOverEachOther) {
+    const int64_t format = Constant("ImageFormatRGBA");
+    const MemoryImage source(TheHost(), 60, 40, format);
+    std::mt19937 random(5);
+    FillWithNoise(TheHost(), source, random);
+    const auto lastRow = [&](const Ref& image) {
+        const uint8_t* row = RawRow(TheHost(), image, 39);
+        return std::vector<uint8_t>(row, row + 240);
+    };
+    const auto check = [&](const char* name, const auto& work) {
+        const MemoryImage apart(TheHost(), 60, 40, format);
+        const trvhost::MemoryBlock block = TheHost().NewMemoryBlock(240);
+        const Ref together = TheHost().Construct("PictureTRV", block, 60, 40, format, 0);
+        work(apart);
+        work(together);
+        EXPECT_EQ(lastRow(together), lastRow(apart)) << name;
+    };
+    check("ApplyMatrix", [&](const Ref& dest) {
+        const trvhost::Array matrix = TheHost().NewArray(trvhost::ElementKind::Integer, 8);
+        for (int64_t i = 0; i < 9; ++i)
+            matrix.Put(i, i * 3 + 1);
+        TheHost().Call(source, "ApplyMatrix", dest, 3, matrix, 0);
+    });
+    check("Scale", [&](const Ref& dest) { TheHost().Call(dest, "Scale", source, nullptr, 3, 60, 40); });
+    check("ScaleFast", [&](const Ref& dest) { TheHost().Call(dest, "ScaleFast", source, 60, 40); });
+}
+
+// A view of a mapped image has a window of its own: the same bytes at another address. What is written of a
+// pixel is seen when the rest of it is made, in memory as in a file.
+TEST_F(Regressions, CopyPixelsBetweenTwoWindowsOnTheSameBytes) {
+    const int64_t format = Constant("ImageFormatCMYKA");
+    const Ref memory = TheHost().Construct("PictureTRV", 271, 10, format);
+    const Ref mapped = TheHost().Construct("PictureTRV", 271, 10, format, 65536, nullptr);
+    for (const Ref& image : {memory, mapped}) {
+        std::mt19937 random(7);
+        FillWithNoise(TheHost(), image, random);
+        const Ref view = TheHost().Call(image, "YellowChannel").ToThing();
+        EXPECT_TRUE(TheHost().Call(image, "CopyPixels", view).ToBool());
+    }
+    EXPECT_EQ(PixelBytes(TheHost(), mapped), PixelBytes(TheHost(), memory));
 }
 
 }  // namespace

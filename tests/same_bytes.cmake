@@ -1,0 +1,25 @@
+# Fails if programs of random calls give other bytes in plain form than on this processor's vectors:
+# cmake -DPROGRAM=COMMAND… -P same_bytes.cmake
+
+list(REMOVE_ITEM PROGRAM "")
+foreach(set plain best)
+    if(set STREQUAL best)
+        unset(ENV{TRV_INSTRUCTION_SET})
+    else()
+        set(ENV{TRV_INSTRUCTION_SET} ${set})
+    endif()
+    execute_process(COMMAND ${PROGRAM} --digests --host desktop --programs 100
+        RESULT_VARIABLE result OUTPUT_VARIABLE ${set} ERROR_VARIABLE ${set})
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${set}: ${result}\n${${set}}")
+    endif()
+    if(NOT ${set} STREQUAL plain AND NOT "${${set}}" STREQUAL "${plain}")
+        string(REGEX MATCHALL "[^\n]+" lines "${${set}}")
+        foreach(line IN LISTS lines)
+            string(FIND "${plain}" "${line}" at)
+            if(at EQUAL -1)
+                message(FATAL_ERROR "${set} differs from plain, first in: ${line}")
+            endif()
+        endforeach()
+    endif()
+endforeach()
