@@ -14,9 +14,9 @@ namespace trv {
 using CompositeKernel = void (*)(uint8_t* out, const uint8_t* d, const uint8_t* s, const uint8_t* m,
                                  const uint8_t* write, int64_t count);
 
-/// An operand of pixels of 4 bytes. Which of its bytes goes where is said for four pixels at once, by place
-/// in their 16 bytes: `picks` has the index of the byte, or 128 for a 0; the bits in `flips` are complemented
-/// then, which makes constants too.
+/// An operand of pixels of 4 bytes. Which of its bytes goes where is said for four pixels at once, the same
+/// for each, by place in their 16 bytes: `picks` has the index of the byte, or 128 for a 0; the bits in
+/// `flips` are complemented then, which makes constants too.
 struct PixelOperand {
     enum class Kind : uint8_t {
         Straight,  // pixels of 4 bytes, each at its place already: picks and flips are not looked at

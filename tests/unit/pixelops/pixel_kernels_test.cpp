@@ -2,6 +2,7 @@
 
 #include "pixelops/pixel_kernels.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -167,6 +168,63 @@ TEST_P(PixelKernelsTest, GrayTouchesNothingBehindThePixels) {
                     ASSERT_EQ(pixels[i], 200);
                 ASSERT_EQ(pixels.back(), 7);
             }
+        }
+    }
+}
+
+/// Colours and grays by turns, a few or many of each, from any address on.
+TEST_P(PixelKernelsTest, GrayOfMixedRunsFromAnyAddress) {
+    std::mt19937 random(9);
+    const auto draw = [&](size_t most) { return static_cast<size_t>(random() % (most + 1)); };
+    for (int round = 0; round < 600; ++round) {
+        const ColourPlaces places = round % 2 == 0 ? ColourPlaces{3, 2, 1, 0} : ColourPlaces{4, 1, 2, 3};
+        const auto size = static_cast<size_t>(places.pixelSize);
+        const size_t shift = draw(70), count = draw(round % 3 == 0 ? 1200 : 100);
+        std::vector<uint8_t> old(shift + count * size + 40);
+        for (uint8_t& byte : old)
+            byte = static_cast<uint8_t>(random());
+        for (size_t i = 0; i < count; i += 1 + draw(90)) {
+            for (size_t end = std::min(count, i + draw(140)); i < end; ++i) {
+                uint8_t* pixel = old.data() + shift + i * size;
+                pixel[places.red] = pixel[places.green] = pixel[places.blue];
+            }
+        }
+        const size_t mode = draw(kGrayModes - 1);
+        auto made = old;
+        const int64_t done =
+            ActivePixelKernels()->gray[mode](made.data() + shift, places, static_cast<int64_t>(count));
+        auto expected = old;
+        for (size_t i = 0; i < static_cast<size_t>(done); ++i) {
+            uint8_t* pixel = expected.data() + shift + i * size;
+            const auto gray = static_cast<uint8_t>(
+                GraysOf(pixel[places.red], pixel[places.green], pixel[places.blue])[mode]);
+            for (const int place : {places.red, places.green, places.blue})
+                pixel[place] = gray;
+        }
+        ASSERT_EQ(made, expected) << round << " mode " << mode;
+    }
+}
+
+TEST_P(PixelKernelsTest, ProductsAndFlipsFromAnyAddress) {
+    const std::vector<uint8_t> undone = UnmultiplyReference();
+    std::mt19937 random(8);
+    for (size_t shift = 0; shift < 70; ++shift) {
+        std::vector<uint8_t> old(shift + 4 * 300 + 70);
+        for (uint8_t& byte : old)
+            byte = static_cast<uint8_t>(random());
+        const size_t count = random() % 300;
+        const PixelKernels& kernels = *ActivePixelKernels();
+        auto multiplied = old, divided = old, turned = old;
+        kernels.multiply4(multiplied.data() + shift, 0, static_cast<int64_t>(count));
+        kernels.unmultiply4(divided.data() + shift, 16, static_cast<int64_t>(count));
+        kernels.flip(turned.data() + shift, nullptr, static_cast<int64_t>(count));
+        for (size_t i = 0; i < old.size(); ++i) {
+            const size_t at = i - shift, first = shift + at / 4 * 4;
+            const bool inside = i >= shift && at < 4 * count;
+            ASSERT_EQ(multiplied[i], inside && at % 4 != 0 ? MultipliedDirectly(old[i], old[first]) : old[i]);
+            ASSERT_EQ(divided[i],
+                      inside && at % 4 != 2 ? undone[old[first + 2] * size_t{256} + old[i]] : old[i]);
+            ASSERT_EQ(turned[i], i >= shift && at < count ? 255 - old[i] : old[i]);
         }
     }
 }
