@@ -36,8 +36,10 @@ class FractionalBlur {
           rows_{Reader(from), Reader(from), Reader(from)},
           along_(Reader(to)),
           nothing_(MakeZeroedBytes(lanes_)),
+          down_(MakeZeroedBytes(lanes_)),
           to_(to, plan_, written_.width),
-          inOrder_(&dest != &source && MayShareMemory(dest, source)),
+          inOrder_(&dest == &source ? RowsMeet(dest, to) : MayShareMemory(dest, source)),
+          rowByRow_(!inOrder_ && to.AreApart() && !RowsMeet(dest, to)),
           readPixel_(from, plan_, 1, true),
           writePixel_(to, plan_, 1) {
         const BlurKernels* kernels = ActiveBlurKernels();
@@ -46,10 +48,19 @@ class FractionalBlur {
 
     /// False without memory.
     [[nodiscard]] explicit operator bool() const {
-        return rows_[0] && rows_[1] && rows_[2] && along_ && nothing_ != nullptr && to_ && readPixel_ &&
-               writePixel_;
+        return rows_[0] && rows_[1] && rows_[2] && along_ && nothing_ != nullptr && down_ != nullptr && to_ &&
+               readPixel_ && writePixel_;
     }
 
+    /// Both passes. Where nobody can tell, each row is mixed along right behind the vertical pass.
+    void Run() {
+        TRV_LOG("Vertical");
+        Down();
+        TRV_LOG("horizontal");
+        if (!rowByRow_) Along();
+    }
+
+  private:
     /// The vertical pass. What it reads is held, so that the source's own rows may be overwritten.
     void Down() {
         const int64_t last = source_.Height - 1;
@@ -64,14 +75,16 @@ class FractionalBlur {
             }
             const uint8_t* below = y < last ? ReadRow(y + 1) : nothing_.get();
             uint8_t* row = FetchRow(dest_, y);
+            uint8_t* lanes = rowByRow_ ? down_.get() : to_.Lanes(row);
             if (y == 0 && last > 0) {
-                Tap(centre, centre, centre, to_.Lanes(row), lanes_);
+                Tap(centre, centre, centre, lanes, lanes_);
             } else if (y == 0) {
                 // The one row is the neighbour of a row that does not exist.
-                Tap(centre, below, below, to_.Lanes(row), lanes_);
+                Tap(centre, below, below, lanes, lanes_);
             } else {
-                Tap(above, y < last ? below : centre, centre, to_.Lanes(row), lanes_);
+                Tap(above, y < last ? below : centre, centre, lanes, lanes_);
             }
+            if (rowByRow_) AlongRow(lanes, to_.Lanes(row));
             to_.Write(row);
             above = centre;
             centre = below;
@@ -88,7 +101,6 @@ class FractionalBlur {
         }
     }
 
-  private:
     [[nodiscard]] LaneReader Reader(const PixelPlaces& places) const {
         return {places, plan_, written_.width, true};
     }
@@ -137,8 +149,10 @@ class FractionalBlur {
     std::array<LaneReader, 3> rows_;
     LaneReader along_;
     ZeroedBytes nothing_;
+    ZeroedBytes down_;  // a row behind the vertical pass
     LaneWriter to_;
-    const bool inOrder_;  // the destination shows the source's pixels in another way
+    const bool inOrder_;   // the destination shows the source's pixels in another way
+    const bool rowByRow_;  // whether the order of the passes does not show
     LaneReader readPixel_;
     LaneWriter writePixel_;
     decltype(BlurKernels::tap) tap_;
@@ -151,10 +165,7 @@ void BlurFamily(PictureTRV& source, PictureTRV& dest, double radius) {
     if (CommonRectangle(dest, source).IsEmpty()) return;
     FractionalBlur blur(source, dest, PlacesOf<F>(source), PlacesOf<F>(dest), weights);
     if (!blur) return;
-    TRV_LOG("Vertical");
-    blur.Down();
-    TRV_LOG("horizontal");
-    blur.Along();
+    blur.Run();
 }
 
 }  // namespace

@@ -39,7 +39,8 @@ struct BoxBlurTask {
 void BoxBlurPlain(const BoxBlurTask& task);
 
 /// The fast form of the same; false, with nothing done, where only the plain one will do: for images that
-/// share pixels, channels that share bytes, radii beyond any picture, and an instruction set without kernels.
+/// share pixels, channels or rows that share bytes, radii beyond any picture, and an instruction set without
+/// kernels.
 [[nodiscard]] bool BoxBlurFast(const BoxBlurTask& task);
 
 }  // namespace trv

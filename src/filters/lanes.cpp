@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "image/checked_math.h"
+#include "image/store_overlap.h"
 
 namespace trv {
 
@@ -41,6 +42,19 @@ bool PixelPlaces::AreApart() const {
         }
     }
     return true;
+}
+
+ByteExtent PixelPlaces::Extent() const {
+    const auto [first, last] = std::ranges::minmax(Offsets());
+    return {first, last};
+}
+
+bool RowsMeet(const PictureTRV& image, const PixelPlaces& places) {
+    if (IsRowTable(image)) return false;
+    const ByteExtent extent = places.Extent();
+    const int64_t bytes = SaturatedAdd(SaturatedMultiply(image.Width - 1, image.PixelSize),
+                                       SaturatedSubtract(extent.last, extent.first) + 1);
+    return bytes > (image.RowSize < 0 ? SaturatedSubtract(0, image.RowSize) : image.RowSize);
 }
 
 LanePlan LanesInOrder(const PixelPlaces& places) {

@@ -8,12 +8,19 @@
 #include <cstdint>
 #include <span>
 
+#include "image/picture_record.h"
 #include "platform/memory.h"
 #include "spans/convert_span.h"
 
 namespace trv {
 
 inline constexpr size_t kMostChannels = 5;
+
+/// The lowest and the highest of some offsets.
+struct ByteExtent {
+    int64_t first;
+    int64_t last;
+};
 
 /// How the pixels of one image hold the channels.
 struct PixelPlaces {
@@ -24,6 +31,7 @@ struct PixelPlaces {
     [[nodiscard]] std::span<const int64_t> Offsets() const { return {offsets.data(), channels}; }
     /// Whether no two channels are the same byte of a row.
     [[nodiscard]] bool AreApart() const;
+    [[nodiscard]] ByteExtent Extent() const;
 };
 
 /// The places of the channels of family F in an image.
@@ -35,6 +43,10 @@ template <class F, class Image>
         places.offsets[c++] = offset;
     return places;
 }
+
+/// Whether the channels of one row of the image may reach those of another one, as over a caller's memory
+/// with a small `RowSize`.
+[[nodiscard]] bool RowsMeet(const PictureTRV& image, const PixelPlaces& places);
 
 /// Which lane of a pixel is which channel. A lane that is none holds anything.
 struct LanePlan {

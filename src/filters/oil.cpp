@@ -43,9 +43,7 @@ void Paint(PictureTRV& source, PictureTRV& dest, const OilBands& bands, int64_t 
     const auto samples =
         static_cast<uint64_t>(SaturatedMultiply(std::min(side, source.Height), std::min(side, source.Width)));
     range = std::min(range, std::max(source.Width, source.Height));
-    if (WritesAhead<F>(source, dest)) {
-        OilPainter<F, OilRereading<F>>(source, dest, bands, range).PaintRereading();
-    } else if (PrefersRows(range, bands)) {
+    if (PrefersRows(range, bands)) {
         OilPainter<F, OilRows<F>>(source, dest, bands, range).Paint();
     } else if (samples <= ToneBand<uint32_t>::kMostSamples) {
         OilPainter<F, OilColumns<F, uint32_t>>(source, dest, bands, range).Paint();

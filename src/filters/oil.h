@@ -15,8 +15,7 @@ namespace trv {
 ///
 /// Gives the destination, `dest` or a new image, with one reference for the caller, or nil with the reason in
 /// the log. A destination that shows the same pixels as the source is filtered in reading order, each window
-/// holding what was written before. The cost of a pixel does not depend on the range, except between two
-/// different views of the same pixels.
+/// holding what was written before. The cost of a pixel does not depend on the range.
 HostObject rbOilFilter(HostObject me, HostObject dest, int64_t levels, int64_t range);
 
 }  // namespace trv

@@ -92,10 +92,10 @@ class OilColumns {
         kernels_.slide(window, Column(x + geometry_.range), Column(x - geometry_.range - 1), words_);
     }
 
-    void Replace(int64_t x, const uint8_t* old, const uint8_t* changed) {
-        Histogram::Remove(Column(x), bands_, old);
-        Histogram::Add(Column(x), bands_, changed);
-    }
+    /// Pixel `x` of row `y`, which the window reaches, is going to change.
+    void Take(int64_t x, int64_t, const uint8_t* pixel) { Histogram::Remove(Column(x), bands_, pixel); }
+    /// It has changed.
+    void Put(int64_t x, int64_t, const uint8_t* pixel) { Histogram::Add(Column(x), bands_, pixel); }
 
   private:
     /// An empty one for columns outside.
@@ -144,7 +144,6 @@ class OilRows {
         for (int64_t entering = y == 0 ? 0 : y + range; entering <= last; ++entering) {
             if (!from.Read(entering, 0, width, Row(entering))) return false;
         }
-        y_ = y;
         count_ = 0;
         for (int64_t row = std::max<int64_t>(y - range, 0); row <= last; ++row)
             reached_[static_cast<size_t>(count_++)] = Row(row);
@@ -162,8 +161,9 @@ class OilRows {
         if (x - range - 1 >= 0) Leave(window, x - range - 1);
     }
 
-    void Replace(int64_t x, const uint8_t*, const uint8_t* changed) {
-        std::memcpy(Row(y_) + x * Histogram::kChannels, changed, static_cast<size_t>(Histogram::kChannels));
+    void Take(int64_t, int64_t, const uint8_t*) {}
+    void Put(int64_t x, int64_t y, const uint8_t* pixel) {
+        std::memcpy(Row(y) + x * Histogram::kChannels, pixel, static_cast<size_t>(Histogram::kChannels));
     }
 
   private:
@@ -184,42 +184,8 @@ class OilRows {
     OilGeometry geometry_;
     const OilBands& bands_;
     ZeroedBytes rows_;
-    int64_t y_ = 0;
     int64_t count_ = 0;
     std::array<const uint8_t*, 2 * kMostRange + 1> reached_{};
-};
-
-/// No histogram is kept: in a destination that shows the source's pixels in another way, any of them may
-/// change at any time, and each window is read as a whole.
-template <class F>
-class OilRereading {
-  public:
-    using Word = unsigned __int128;
-    using Histogram = OilHistogram<F, Word>;
-
-    OilRereading(const OilGeometry& geometry, const OilBands& bands)
-        : geometry_(geometry), bands_(bands), row_(geometry.width, Histogram::kChannels) {}
-
-    [[nodiscard]] explicit operator bool() const { return static_cast<bool>(row_); }
-
-    /// Adds the window of pixel `x` of row `y` as it is now. False if a row cannot be had.
-    [[nodiscard]] bool Read(Word* window, int64_t x, int64_t y, RowSource<F>& from) {
-        const auto& [width, height, range] = geometry_;
-        const int64_t left = std::max<int64_t>(x - range, 0);
-        const int64_t columns = std::min(x + range, width - 1) - left + 1;
-        const int64_t last = std::min(y + range, height - 1);
-        for (int64_t row = std::max<int64_t>(y - range, 0); row <= last; ++row) {
-            if (!from.Read(row, left, columns, row_.Samples())) return false;
-            for (int64_t i = 0; i < columns; ++i)
-                Histogram::Add(window, bands_, row_.Samples() + i * Histogram::kChannels);
-        }
-        return true;
-    }
-
-  private:
-    OilGeometry geometry_;
-    const OilBands& bands_;
-    PackedRow row_;
 };
 
 }  // namespace trv

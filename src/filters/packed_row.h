@@ -83,10 +83,12 @@ class RowTarget {
 
 /// Whether what a filter of family F writes at a pixel of `dest` may be what it has yet to read at another
 /// pixel of `source`: both show the same memory in different ways, or channels of one image, whose offsets a
-/// program has moved, meet in it.
+/// program has moved, or its rows meet in it.
 template <class F>
 [[nodiscard]] bool WritesAhead(PictureTRV& source, PictureTRV& dest) {
-    return &dest != &source ? MayShareMemory(dest, source) : !PlacesOf<F>(dest).AreApart();
+    if (&dest != &source) return MayShareMemory(dest, source);
+    const PixelPlaces places = PlacesOf<F>(dest);
+    return !places.AreApart() || RowsMeet(dest, places);
 }
 
 /// The frame of filters whose result at a pixel depends on that pixel alone: calls `work(samples, x, y,

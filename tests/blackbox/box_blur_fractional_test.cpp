@@ -201,9 +201,11 @@ class BoxBlurFractionalWithin : public FilterCaseTest {
 TEST_F(BoxBlurFractionalWithin, ADestinationThatSharesThePixelsIsWrittenInOrder) {
     for (const int64_t format : Formats()) {
         if (format >= 22 && format <= 40) continue;
-        for (const DestKind kind : {DestKind::Shifted, DestKind::Mirrored, DestKind::Source}) {
+        for (const DestKind kind : kDestKinds) {
+            if (kind == DestKind::Nil || kind == DestKind::OtherFormat) continue;
             for (int round = 0; round < 8; ++round) {
-                Case made = DrawCase(format, kind, 30, 9);
+                const bool crowded = kind == DestKind::Source && round % 2 == 1;
+                Case made = crowded ? DrawCrowdedCase(format) : DrawCase(format, kind, 30, 9);
                 const double radius = static_cast<double>(Draw(-2000, 2000)) / 997;
                 Check(
                     made,
@@ -245,6 +247,9 @@ TEST_F(BoxBlurFractionalTest, ASpikeSpreads) {
     // Equal rows: only the horizontal pass shows.
     EXPECT_EQ(BlurGray({{0, 0, 90, 0, 0}, {0, 0, 90, 0, 0}, {0, 0, 90, 0, 0}}, 0.5)[1],
               (std::vector<int>{0, 22, 45, 22, 0}));
+    // Equal columns: only the vertical one.
+    EXPECT_EQ(BlurGray({{0, 0}, {0, 0}, {90, 90}, {0, 0}, {0, 0}}, 0.5),
+              (Rows{{0, 0}, {22, 22}, {45, 45}, {22, 22}, {0, 0}}));
 }
 
 TEST_F(BoxBlurFractionalTest, TheFourEdgesHaveRulesOfTheirOwn) {
@@ -252,6 +257,11 @@ TEST_F(BoxBlurFractionalTest, TheFourEdgesHaveRulesOfTheirOwn) {
     EXPECT_EQ(BlurGray({{0, 0}, {100, 100}, {0, 0}}, 0.5), (Rows{{0, 0}, {50, 50}, {25, 25}}));
     // The left pixel takes from the right, the right one stays: ((100 + 0) / 2 + 100) / 2.
     EXPECT_EQ(BlurGray({{100, 0, 60}, {100, 0, 60}, {100, 0, 60}}, 0.5)[1], (std::vector<int>{75, 40, 60}));
+}
+
+TEST_F(BoxBlurFractionalTest, OfTwoRowsThereAreTheFirstAndTheLast) {
+    EXPECT_EQ(BlurGray({{0, 0, 0}, {100, 100, 100}}, 0.5), (Rows{{0, 0, 0}, {75, 75, 75}}));
+    EXPECT_EQ(BlurGray({{100, 100}, {0, 0}}, 0.5), (Rows{{100, 100}, {25, 25}}));
 }
 
 TEST_F(BoxBlurFractionalTest, OneRowOrColumnHasANeighbourOfZeros) {

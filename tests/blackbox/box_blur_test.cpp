@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "filter_cases.h"
 #include "filter_images.h"
 #include "mapped_test.h"
 
@@ -178,6 +179,14 @@ TEST_F(BoxBlurTest, MeansOfARow) {
     EXPECT_EQ(BlurRow({10, 20, 30, 40, 50, 60}, 2.99), (Bytes{16, 22, 30, 40, 48, 54}));
     // Cut, not rounded.
     EXPECT_EQ(BlurRow({0, 0, 2}, 1.0), (Bytes{0, 0, 1}));
+}
+
+TEST_F(BoxBlurTest, MeansOfASquare) {
+    // Windows of 5 by 5 with the edges repeated; the mean of each column is cut before they are added.
+    const Ref blurred = Blur(Gray({{100, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 0, 255}}), Ref(), 2.0);
+    // Down: 60, 40, 20, 0 of the first column and 0, 51, 102, 153 of the last.
+    EXPECT_EQ(PixelBytes(TheHost(), blurred),
+              (Bytes{36, 24, 12, 0, 24, 26, 28, 30, 12, 28, 44, 61, 0, 30, 61, 91}));
 }
 
 TEST_F(BoxBlurTest, BelowARadiusOfOneSamplesAreDividedByThree) {
@@ -418,6 +427,80 @@ TEST_F(BoxBlurTest, AHostThatClosesImagesMeanwhileDoesNoHarm) {
     TheHost().OnYield([&] { TheHost().Call(source, "Close"); });
     EXPECT_EQ(Blur(source, dest, 3.0), dest);
     TheHost().OnYield({});
+}
+
+class BoxBlurWithin : public FilterCaseTest {
+  protected:
+    /// The passes in the order in which they read and write, with sums that go on from what was written: a
+    /// row at a time downwards, a pixel at a time along.
+    static void Reference(const Shown& from, const Shown& to, int64_t radius, Passes passes) {
+        const auto names = from.Channels(true, true);
+        const auto divisor = static_cast<uint64_t>(2 * std::max<int64_t>(radius, 1) + 1);
+        const auto mean = [&](uint64_t sum) {
+            return static_cast<uint8_t>(sum < divisor * 256 ? sum / divisor : 0);
+        };
+        const int64_t width = std::min(from.width, to.width), height = std::min(from.height, to.height);
+        const size_t n = names.size();
+        std::vector<uint64_t> sums(static_cast<size_t>(width) * n);
+        const auto addRow = [&](int64_t y, uint64_t times) {
+            for (size_t i = 0; i < sums.size(); ++i)
+                sums[i] += times * from.At(static_cast<int64_t>(i / n),
+                                           std::clamp<int64_t>(y, 0, from.height - 1), names[i % n]);
+        };
+        for (int64_t k = -radius; passes.vertical && k <= radius; ++k)
+            addRow(k, 1);
+        for (int64_t y = 0; passes.vertical && y < height; ++y) {
+            for (size_t i = 0; i < sums.size(); ++i)
+                to.At(static_cast<int64_t>(i / n), y, names[i % n]) = mean(sums[i]);
+            addRow(y - radius, ~uint64_t{0});
+            addRow(y + radius + 1, 1);
+        }
+        for (int64_t y = 0; passes.horizontal && y < height; ++y) {
+            std::vector<uint8_t> held;
+            for (int64_t x = 0; x < width; ++x) {
+                for (const std::string& name : names)
+                    held.push_back(to.At(x, y, name));
+            }
+            const int64_t last = (passes.vertical ? width : from.width) - 1;
+            const auto at = [&](int64_t x, size_t c) -> uint64_t {
+                x = std::clamp<int64_t>(x, 0, last);
+                return passes.vertical ? held[static_cast<size_t>(x) * n + c] : from.At(x, y, names[c]);
+            };
+            std::vector<uint64_t> sum(n);
+            for (int64_t k = -radius; k <= radius; ++k) {
+                for (size_t c = 0; c < n; ++c)
+                    sum[c] += at(k, c);
+            }
+            for (int64_t x = 0; x < width; ++x) {
+                for (size_t c = 0; c < n; ++c)
+                    to.At(x, y, names[c]) = mean(sum[c]);
+                for (size_t c = 0; c < n; ++c)
+                    sum[c] += at(x + radius + 1, c) - at(x - radius, c);
+            }
+        }
+    }
+};
+
+TEST_F(BoxBlurWithin, ImagesThatShareBytesAreBlurredInOrder) {
+    for (const int64_t format : Formats()) {
+        for (const DestKind kind : kDestKinds) {
+            for (int round = 0; round < 8; ++round) {
+                const bool crowded = kind == DestKind::Source && round % 2 == 1;
+                Case made = crowded ? DrawCrowdedCase(format) : DrawCase(format, kind, 30, 9);
+                const int64_t radius = Draw(0, 6);
+                const Passes passes{Draw(0, 3) > 0, Draw(0, 3) > 0};
+                Check(
+                    made,
+                    [&](const Ref& image, const Ref& dest) {
+                        return Filter(image, "BoxBlurFilter", dest, static_cast<double>(radius),
+                                      passes.vertical, passes.horizontal);
+                    },
+                    [&](const Shown& from, const Shown& to) { Reference(from, to, radius, passes); },
+                    made.from->side.wide);
+                ASSERT_FALSE(HasFatalFailure()) << format << " " << static_cast<int>(kind) << " " << radius;
+            }
+        }
+    }
 }
 
 class BoxBlurStoresTest : public MappedTest {};

@@ -54,10 +54,23 @@ void ChangeSamples(const Shown& from, const Shown& to, const std::vector<std::st
     }
 }
 
-enum class DestKind { Nil, SameFormat, OtherFormat, Smaller, Source, Shifted, Mirrored };
-inline constexpr DestKind kDestKinds[] = {DestKind::Nil,     DestKind::SameFormat, DestKind::OtherFormat,
-                                          DestKind::Smaller, DestKind::Source,     DestKind::Shifted,
-                                          DestKind::Mirrored};
+enum class DestKind {
+    Nil,
+    SameFormat,
+    OtherFormat,
+    Smaller,
+    Source,
+    Shifted,
+    Mirrored,
+    OtherLayout,
+    Crowded
+};
+/// Destinations that show the source's bytes.
+inline constexpr DestKind kSharingKinds[] = {DestKind::Source, DestKind::Shifted, DestKind::Mirrored,
+                                             DestKind::OtherLayout};
+inline constexpr DestKind kDestKinds[] = {DestKind::Nil,      DestKind::SameFormat,  DestKind::OtherFormat,
+                                          DestKind::Smaller,  DestKind::Source,      DestKind::Shifted,
+                                          DestKind::Mirrored, DestKind::OtherLayout, DestKind::Crowded};
 
 class FilterCaseTest : public PluginTest {
   protected:
@@ -116,6 +129,41 @@ class FilterCaseTest : public PluginTest {
                       Draw(0, side.pixelSize - 1));
     }
 
+    /// An image over the same bytes that cuts them up in another way, with rows that may reach into each
+    /// other.
+    Ref DrawOtherLayout(const MemoryImage& image, int64_t height) {
+        const int64_t format = Formats()[static_cast<size_t>(Draw(0, 46))];
+        const int64_t pixel = MemoryImage(TheHost(), 1, 1, format).PixelSize();
+        const int64_t bytes = image.RowSize() * height;
+        const int64_t pixels = bytes / pixel;
+        if (pixels == 0) return image;
+        const int64_t width = Draw(1, std::min<int64_t>(pixels, 40));
+        const int64_t rows = Draw(1, std::min<int64_t>(pixels / width, 9));
+        const int64_t least = Draw(0, 2) == 0 ? 1 : width * pixel;
+        return TheHost().Construct("PictureTRV", image.Block(), width, rows, format,
+                                   Draw(least, bytes / rows));
+    }
+
+    /// An image whose rows reach into each other, and the store under it, with room for the last one.
+    Ref MakeCrowded(MemoryImage& store, int64_t width, int64_t height, int64_t format) {
+        const int64_t bytes = width * MemoryImage(TheHost(), 1, 1, format).PixelSize();
+        const int64_t rowSize = Draw(1, std::max<int64_t>(bytes - 1, 1));
+        store = MemoryImage(TheHost(), 1, height + bytes / rowSize, format, rowSize,
+                            static_cast<unsigned>(random()));
+        return TheHost().Construct("PictureTRV", store.Block(), width, height, format, rowSize);
+    }
+
+    /// Such an image, to be worked on in place.
+    Case DrawCrowdedCase(int64_t format) {
+        Case made;
+        made.kind = DestKind::Source;
+        made.source = made.dest = MakeCrowded(made.sourceStore, Draw(2, 20), Draw(2, 9), format);
+        made.from.emplace(
+            Show(made.source, std::make_shared<std::vector<uint8_t>>(made.sourceStore.Bytes())));
+        made.to = made.from;
+        return made;
+    }
+
     Case DrawCase(int64_t format, DestKind kind, int64_t mostWidth = 40, int64_t mostHeight = 7) {
         Case made;
         made.kind = kind;
@@ -166,6 +214,14 @@ class FilterCaseTest : public PluginTest {
                 break;
             case DestKind::Mirrored:
                 view(TheHost().Call(made.sourceStore, "MirroredView").ToThing(), true);
+                break;
+            case DestKind::OtherLayout:
+                view(DrawOtherLayout(made.sourceStore, height), false);
+                break;
+            case DestKind::Crowded:
+                made.dest = MakeCrowded(made.destStore, w, h, format);
+                made.to.emplace(
+                    Show(made.dest, std::make_shared<std::vector<uint8_t>>(made.destStore.Bytes())));
                 break;
         }
         return made;

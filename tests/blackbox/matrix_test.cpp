@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "filter_cases.h"
 #include "filter_images.h"
 #include "mapped_test.h"
 
@@ -325,6 +326,44 @@ TEST_F(MatrixTest, WhatIsNoPictureGivesNil) {
     // No family: the destination comes back as it was.
     EXPECT_EQ(Apply(NewImage(5, 3, "ImageFormatBuffer"), dest.image, kSharpen), dest.image);
     EXPECT_EQ(dest.root.Bytes(), before);
+}
+
+class MatrixWithin : public FilterCaseTest {};
+
+TEST_F(MatrixWithin, ImagesThatShareBytesAreDonePixelByPixel) {
+    const Matrix matrix{4, {1, 0, -1, 2, 0, 3, 0, 0, -2, 0, 1, 255, 0, 0, 0, 1}, 9};
+    for (const int64_t format : Formats()) {
+        for (const DestKind kind : kDestKinds) {
+            if (kind == DestKind::Nil) continue;
+            for (int round = 0; round < 6; ++round) {
+                const bool crowded = kind == DestKind::Source && round % 2 == 1;
+                Case made = crowded ? DrawCrowdedCase(format) : DrawCase(format, kind, 30, 9);
+                Check(
+                    made,
+                    [&](const Ref& image, const Ref& dest) {
+                        return Filter(image, "ApplyMatrix", dest, matrix.dimension,
+                                      TheHost().NewIntegers(matrix.entries), matrix.delta, matrix.factor);
+                    },
+                    [&](const Shown& from, const Shown& to) {
+                        const auto names = from.Channels(true, true);
+                        for (int64_t i = 0; i < from.width * from.height; ++i) {
+                            const int64_t x = i % from.width, y = i / from.width;
+                            if (!to.Inside(x, y)) continue;
+                            std::vector<uint8_t> pixel;
+                            for (const std::string& name : names)
+                                pixel.push_back(Result(matrix, x, y, [&](int64_t sx, int64_t sy) {
+                                    return from.At(std::clamp<int64_t>(sx, 0, from.width - 1),
+                                                   std::clamp<int64_t>(sy, 0, from.height - 1), name);
+                                }));
+                            for (size_t c = 0; c < names.size(); ++c)
+                                to.At(x, y, names[c]) = pixel[c];
+                        }
+                    },
+                    made.from->side.wide);
+                ASSERT_FALSE(HasFatalFailure()) << format << " " << static_cast<int>(kind);
+            }
+        }
+    }
 }
 
 class MatrixMappedTest : public MappedTest {};

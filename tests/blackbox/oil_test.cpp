@@ -19,13 +19,15 @@ void PaintOil(const Shown& from, const Shown& to, int64_t levels, int64_t range)
         for (int64_t x = 0; x < from.width; ++x) {
             std::vector<uint8_t> painted;
             for (size_t c = 0; c < channels.size(); ++c) {
+                const int64_t first = from.Place(0, 0, channels[c]);
                 for (int64_t i = 0; i < bands; ++i)
                     counts[c][static_cast<size_t>(i)] = sums[c][static_cast<size_t>(i)] = 0;
                 for (int64_t wy = std::max<int64_t>(y - range, 0); wy <= std::min(y + range, from.height - 1);
                      ++wy) {
                     for (int64_t wx = std::max<int64_t>(x - range, 0);
                          wx <= std::min(x + range, from.width - 1); ++wx) {
-                        const uint8_t v = from.At(wx, wy, channels[c]);
+                        const uint8_t v = (*from.store)[static_cast<size_t>(first + wy * from.rowStep +
+                                                                            wx * from.side.pixelSize)];
                         ++counts[c][static_cast<size_t>(bands * v / 256)];
                         sums[c][static_cast<size_t>(bands * v / 256)] += v;
                     }
@@ -70,6 +72,61 @@ TEST_F(Oil, InAllFormatsMatchesTheReference) {
                 ASSERT_NO_FATAL_FAILURE(CheckOil(made, levels, Draw(-1, 6))) << format;
             }
         }
+    }
+}
+
+TEST_F(Oil, AnotherViewOfTheSamePixelsIsPaintedInReadingOrder) {
+    // Tall enough for rows to enter the window and to leave it, few levels and many, for both ways to keep
+    // it.
+    for (const char* format :
+         {"ImageFormatG", "ImageFormatAG", "ImageFormatRGB", "ImageFormatXBGR", "ImageFormatCMYKA"}) {
+        for (const DestKind kind : kSharingKinds) {
+            for (int round = 0; round < 30; ++round) {
+                Case made = DrawCase(Constant(format), kind, 24, 24);
+                const int64_t levels = Draw(0, 1) == 0 ? Draw(0, 9) : Draw(50, 300);
+                ASSERT_NO_FATAL_FAILURE(CheckOil(made, levels, Draw(0, 1) == 0 ? Draw(0, 3) : Draw(2, 14)))
+                    << format;
+            }
+        }
+    }
+}
+
+TEST_F(Oil, ChannelsOfOnePictureArePaintedOntoEachOther) {
+    for (int round = 0; round < 40; ++round) {
+        Case made = DrawCase(Constant("ImageFormatRGBA"), DestKind::Source, 24, 24);
+        const char* names[] = {"RedChannel", "GreenChannel", "BlueChannel", "AlphaChannel"};
+        const bool flipped = Draw(0, 1) == 1;
+        const auto store = made.from->store;
+        made.source = TheHost().Call(made.sourceStore, names[Draw(0, 3)]).ToThing();
+        made.dest = TheHost().Call(made.sourceStore, names[Draw(0, 3)]).ToThing();
+        if (flipped) made.dest = TheHost().Call(made.dest, "MirroredView").ToThing();
+        made.kind = DestKind::Mirrored;
+        made.from.emplace(Show(made.source, store));
+        made.to.emplace(Show(made.dest, store, flipped));
+        ASSERT_NO_FATAL_FAILURE(CheckOil(made, Draw(1, 300), Draw(0, 9)));
+    }
+}
+
+TEST_F(Oil, RowsThatReachIntoEachOtherArePaintedInReadingOrder) {
+    for (const char* format : {"ImageFormatG", "ImageFormatGA", "ImageFormatRGB", "ImageFormatCMYK"}) {
+        for (int round = 0; round < 40; ++round) {
+            Case made = DrawCrowdedCase(Constant(format));
+            ASSERT_NO_FATAL_FAILURE(CheckOil(made, Draw(0, 300), Draw(0, 9))) << format;
+        }
+    }
+}
+
+TEST_F(Oil, LargeWindowsOfTwoViewsMatchTheReference) {
+    for (const int64_t range : {31, 32, 60}) {
+        Case made = DrawCase(Constant("ImageFormatG"), DestKind::Source, 1, 1);
+        made.sourceStore = MemoryImage(TheHost(), 68, 67, Constant("ImageFormatG"), 0, 5);
+        made.source = made.sourceStore.Object();
+        made.dest = TheHost().Call(made.sourceStore, "MirroredView").ToThing();
+        made.kind = DestKind::Mirrored;
+        const auto store = std::make_shared<std::vector<uint8_t>>(made.sourceStore.Bytes());
+        made.from.emplace(Show(made.source, store));
+        made.to.emplace(Show(made.dest, store, true));
+        ASSERT_NO_FATAL_FAILURE(CheckOil(made, 20, range));
     }
 }
 
@@ -200,7 +257,46 @@ TEST_F(Oil, StagesAreNamedAndTheDestinationIsNot) {
               "BitsPerComponent > 8 not supported. 16");
 }
 
+TEST_F(Oil, PicturesOfTheHostArePaintedLikeOthers) {
+    trvhost::Options options;
+    options.kind = trvhost::HostKind::Console;
+    Load(options);
+    const trvhost::Picture picture = TheHost().NewPicture(37, 21);
+    const Ref image = TheHost().Construct("PictureTRV", picture, true);
+    TheHost().Call(image, "FillRectRandom");
+    const Ref copy = NewImage(37, 21, "ImageFormatBGRA");
+    ASSERT_TRUE(TheHost().Call(copy, "CopyPixels", image).ToBool());
+    const auto paint = [&](const Ref& whole) {
+        const Ref part = TheHost().Call(whole, "ClipImage", 3, 2, 30, 15).ToThing();
+        Paint(part, TheHost().Call(whole, "MirroredView").ToThing(), 9, 4);
+        return PixelBytes(TheHost(), whole);
+    };
+    const auto expected = paint(copy);
+    const auto painted = paint(image);
+    ASSERT_EQ(painted.size(), expected.size());
+    // Three colours; the host's fourth byte is not one.
+    for (size_t i = 0; i < painted.size(); ++i)
+        EXPECT_TRUE(i % 4 == 3 || painted[i] == expected[i]) << i;
+}
+
 class MappedOil : public MappedTest {};
+
+TEST_F(MappedOil, TwoViewsOfAMappedImageArePaintedLikeOthers) {
+    // More than a window of 16 MiB, at 4096 bytes a row.
+    const int64_t width = 3, height = 4400;
+    const Ref mapped = NewMapped(width, height, "ImageFormatRGB", 0, std::nullopt);
+    const Ref plain = NewImage(width, height, "ImageFormatRGB");
+    TheHost().Call(plain, "FillRectRandom");
+    ASSERT_TRUE(TheHost().Call(mapped, "CopyPixels", plain).ToBool());
+    const auto paint = [&](const Ref& image, bool flipped) {
+        const Ref part = TheHost().Call(image, "ClipImage", 1, 2, 2, height - 2).ToThing();
+        const Ref other = flipped ? TheHost().Call(image, "MirroredView").ToThing() : image;
+        EXPECT_EQ(TheHost().Call(part, "OilFilter", other, 9, 3).ToThing(), other);
+        return PixelBytes(TheHost(), image);
+    };
+    for (const bool flipped : {false, true})
+        EXPECT_TRUE(paint(mapped, flipped) == paint(plain, flipped)) << flipped;
+}
 
 TEST_F(MappedOil, MappedImagesArePaintedLikeOthers) {
     // 20 MB in a window of 16.

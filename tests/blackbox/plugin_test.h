@@ -51,6 +51,8 @@ class MemoryImage {
 
     [[nodiscard]] const Ref& Object() const { return object_; }
     operator const Ref&() const { return object_; }  // NOLINT(google-explicit-constructor): it is the image
+    /// What the image lies over; the guard is its end.
+    [[nodiscard]] const trvhost::MemoryBlock& Block() const { return block_; }
     [[nodiscard]] int64_t PixelSize() const { return pixelSize_; }
     [[nodiscard]] int64_t RowSize() const { return rowSize_; }
     [[nodiscard]] uint8_t* Row(int64_t y) const { return block_.Bytes().data() + y * rowSize_; }

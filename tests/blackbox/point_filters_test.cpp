@@ -263,8 +263,10 @@ TEST_F(PointFilters, GainAtItsEnds) {
     for (int64_t x = 0; x < 256; ++x)
         EXPECT_EQ(dest.At(x, 0), x);
     Filter(ramp, "GainFilter", dest.Object(), 0.3, 0.0);
-    for (int64_t x = 0; x < 255; ++x)
-        EXPECT_EQ(dest.At(x, 0), 0) << x;
+    EXPECT_EQ(dest.Bytes(), std::vector<uint8_t>(256, 0));
+    Filter(ramp, "GainFilter", dest.Object(), 1.0, 0.5);  // a step in the middle
+    EXPECT_EQ(dest.At(127, 0), 0);
+    EXPECT_EQ(dest.At(128, 0), 255);
     for (const double gain : {1.0, 1.5, 2.0, -1.0, HUGE_VAL, -HUGE_VAL, std::nan("")}) {
         for (const double bias : {0.5, 0.25, 1.0, 2.0, -1.0, HUGE_VAL, std::nan("")}) {
             Filter(ramp, "GainFilter", dest.Object(), gain, bias);

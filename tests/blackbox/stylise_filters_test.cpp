@@ -54,6 +54,18 @@ TEST_F(Engrave, InAllFormatsMatchesTheReference) {
     }
 }
 
+TEST_F(Engrave, RowsThatReachIntoEachOtherAreDoneInReadingOrder) {
+    for (int round = 0; round < 300; ++round) {
+        Case made = DrawCrowdedCase(Constant(round % 2 == 0 ? "ImageFormatGA" : "ImageFormatRGB"));
+        const int64_t level = Draw(-6, 6);
+        Check(
+            made,
+            [&](const Ref& image, const Ref& dest) { return Filter(image, "EngraveFilter", dest, level); },
+            [&](const Shown& from, const Shown& to) { EngraveReference(from, to, level); });
+        ASSERT_FALSE(HasFatalFailure()) << level;
+    }
+}
+
 TEST_F(Engrave, NoLevelIsFlatAndAGreatOneLooksAtTheCorner) {
     const MemoryImage image(TheHost(), 5, 4, Constant("ImageFormatGA")),
         dest(TheHost(), 5, 4, Constant("ImageFormatGA"));
