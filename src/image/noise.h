@@ -2,9 +2,10 @@
 
 // Chance in any amount.
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "platform/clock_and_chance.h"
 
@@ -15,13 +16,6 @@ namespace trv {
 class Noise {
   public:
     uint8_t NextByte() { return *Take(1); }
-
-    /// All 32 bits are chance.
-    int32_t NextInteger() {
-        int32_t value = 0;
-        std::memcpy(&value, Take(sizeof value), sizeof value);
-        return value;
-    }
 
     static void Fill(uint8_t* bytes, size_t count) {
         if (SecureRandomBytes(bytes, count)) return;
@@ -41,6 +35,42 @@ class Noise {
 
     uint8_t pool_[4096];
     size_t left_ = 0;
+};
+
+/// The generator xoshiro256++ by David Blackman and Sebastiano Vigna (prng.di.unimi.it): all 64 bits of a
+/// value are uniform. The state is anything but zeros.
+struct Xoshiro256 {
+    std::array<uint64_t, 4> state{};
+
+    uint64_t Next() {
+        auto& [a, b, c, d] = state;
+        const uint64_t value = std::rotl(a + d, 23) + a;
+        const uint64_t shifted = b << 17;
+        c ^= a;
+        d ^= b;
+        b ^= c;
+        a ^= d;
+        c ^= shifted;
+        d = std::rotl(d, 45);
+        return value;
+    }
+};
+
+/// Uniform values of 32 bits for what has to look like chance and need not be kept from anybody. Each is a
+/// draw of Noise where the system wants it so; elsewhere Noise starts a generator, which is much faster.
+class UniformIntegers {
+  public:
+    int32_t Next() {
+        if (left_ == 0) Refill();
+        return pool_[--left_];
+    }
+
+  private:
+    void Refill();
+
+    std::array<int32_t, 1024> pool_;
+    size_t left_ = 0;
+    Xoshiro256 generator_;
 };
 
 }  // namespace trv

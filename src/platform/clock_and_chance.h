@@ -14,6 +14,10 @@ namespace trv {
 /// it has none to give.
 [[nodiscard]] bool SecureRandomBytes(uint8_t* bytes, size_t count);
 
+/// Whether the system's strong generator is to make each single value, even where a picture only has to look
+/// random: so on Windows. Elsewhere it may do with starting another one.
+[[nodiscard]] bool DrawsEachValueStrongly();
+
 /// Seeds the process's plain generator, the fallback behind SecureRandomBytes, from the time in seconds plus
 /// 17 times the process identifier (a 32-bit product, a 32-bit sum).
 void SeedPlainRandom();

@@ -26,6 +26,10 @@ bool SecureRandomBytes(uint8_t* bytes, size_t count) {
     return true;
 }
 
+bool DrawsEachValueStrongly() {
+    return false;
+}
+
 void SeedPlainRandom() {
     std::srand(static_cast<uint32_t>(std::time(nullptr)) + 17U * static_cast<uint32_t>(getpid()));
 }
