@@ -16,6 +16,8 @@ void Diffuse(PictureTRV& source, PictureTRV& dest, int64_t level) {
     const Displacement displacement(level);
     // A mapped image has one window, which each row moves.
     const bool oneWindow = &dest == &source && source.IsMapping != 0;
+    const int64_t fromStep = source.PixelSize;
+    const int64_t toStep = dest.PixelSize;
     UniformIntegers chance;
     for (int64_t y = 0; y < common.height; ++y) {
         uint8_t* to = FetchRow(dest, y);
@@ -25,11 +27,11 @@ void Diffuse(PictureTRV& source, PictureTRV& dest, int64_t level) {
             if (from == nullptr) continue;
             std::array<uint8_t, fromOffsets.size()> samples;
             for (size_t i = 0; i < samples.size(); ++i)
-                samples[i] = from[fromX * source.PixelSize + fromOffsets[i]];
+                samples[i] = from[fromX * fromStep + fromOffsets[i]];
             if (oneWindow) to = FetchRow(dest, y);
             if (to == nullptr) break;
             for (size_t i = 0; i < samples.size(); ++i)
-                to[x * dest.PixelSize + toOffsets[i]] = samples[i];
+                to[x * toStep + toOffsets[i]] = samples[i];
         }
     }
 }

@@ -19,8 +19,10 @@ class Displacement {
     /// The one that a value stands for, of positions 0 to `size` - 1, for position `at`. A remainder has the
     /// sign of the value drawn, and that is how the drift to the top left comes about.
     [[nodiscard]] int64_t Place(int32_t drawn, int64_t at, int64_t size) const {
-        const int64_t rest = drawn < 0 ? -Remainder(0U - static_cast<uint32_t>(drawn))
-                                       : Remainder(static_cast<uint32_t>(drawn));
+        // All ones for a negative value: a branch by chance would be mistaken half of the time.
+        const int32_t sign = drawn >> 31;
+        const int64_t rest =
+            (Remainder(static_cast<uint32_t>(drawn ^ sign) - static_cast<uint32_t>(sign)) ^ sign) - sign;
         return std::clamp<int64_t>(at + rest - level_, 0, size - 1);
     }
 
