@@ -4,19 +4,29 @@
 
 namespace trv {
 
+namespace {
+
 template <class Word>
-OilKernels<Word> ActiveOilKernels() {
-    return {&SlidePlain<Word>, &FullestPlain<Word>};
+OilKernels<Word> KernelsOrPlain(const OilKernels<Word>* kernels) {
+    return kernels == nullptr ? OilKernels<Word>{&SlidePlain<Word>, &FullestPlain<Word>} : *kernels;
 }
+
+}  // namespace
 
 template <>
 OilKernels<uint32_t> ActiveOilKernels() {
-    const auto* kernels = KernelsInUse(&kOilKernelsBaseline, &kOilKernelsAvx2, &kOilKernelsAvx512);
-    return kernels == nullptr ? OilKernels<uint32_t>{&SlidePlain<uint32_t>, &FullestPlain<uint32_t>}
-                              : *kernels;
+    return KernelsOrPlain(KernelsInUse(&kOilKernelsBaseline, &kOilKernelsAvx2, &kOilKernelsAvx512));
 }
 
-template OilKernels<uint64_t> ActiveOilKernels();
-template OilKernels<unsigned __int128> ActiveOilKernels();
+template <>
+OilKernels<uint64_t> ActiveOilKernels() {
+    return KernelsOrPlain(
+        KernelsInUse(&kWideOilKernelsBaseline, &kWideOilKernelsAvx2, &kWideOilKernelsAvx512));
+}
+
+template <>
+OilKernels<unsigned __int128> ActiveOilKernels() {
+    return {&SlidePlain<unsigned __int128>, &FullestPlain<unsigned __int128>};
+}
 
 }  // namespace trv

@@ -48,6 +48,9 @@ template <class Word>
 extern const OilKernels<uint32_t> kOilKernelsBaseline;
 extern const OilKernels<uint32_t> kOilKernelsAvx2;
 extern const OilKernels<uint32_t> kOilKernelsAvx512;
+extern const OilKernels<uint64_t> kWideOilKernelsBaseline;
+extern const OilKernels<uint64_t> kWideOilKernelsAvx2;
+extern const OilKernels<uint64_t> kWideOilKernelsAvx512;
 
 /// The plain form, for words of any size.
 template <class Word>

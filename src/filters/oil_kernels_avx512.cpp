@@ -35,9 +35,11 @@ struct Vector {
 }  // namespace trv
 
 #include "filters/oil_kernels.inc"
+#include "filters/oil_loops.inc"
 
 namespace trv {
 
 constinit const OilKernels<uint32_t> kOilKernelsAvx512 = {&SlideVectors, &FullestOfVectors};
+constinit const OilKernels<uint64_t> kWideOilKernelsAvx512 = kWideLoops;
 
 }  // namespace trv

@@ -119,17 +119,19 @@ TEST_P(FilterKernels, TwoTablesByEveryLimit) {
     }
 }
 
-TEST_P(FilterKernels, HistogramsSlideAndTheirFullestBandIsFound) {
-    const OilKernels<uint32_t> kernels = ActiveOilKernels<uint32_t>();
+/// Histograms of words that hold up to `most` samples in a band.
+template <class Word>
+void CheckOilKernels(std::mt19937& random, uint32_t most) {
+    const OilKernels<Word> kernels = ActiveOilKernels<Word>();
+    constexpr int kShift = ToneBand<Word>::kShift;
     for (int round = 0; round < 300; ++round) {
         const int64_t bands = kBandStep * (1 + round % 16);
-        std::vector<uint32_t> window(static_cast<size_t>(bands)), entering = window, leaving = window;
+        std::vector<Word> window(static_cast<size_t>(bands)), entering = window, leaving = window;
         // Few different counts, so that bands are equal; sums that must not matter.
         for (auto* part : {&window, &entering}) {
-            for (uint32_t& band : *part) {
-                const uint32_t count = static_cast<uint32_t>(random()) % (round % 3 == 0 ? 2047U : 4U);
-                band = count << ToneBand<uint32_t>::kShift |
-                       (count * 255 - static_cast<uint32_t>(random()) % (count + 1));
+            for (Word& band : *part) {
+                const Word count = static_cast<uint32_t>(random()) % (round % 3 == 0 ? most : 4U);
+                band = count << kShift | (count * 255 - static_cast<uint32_t>(random()) % (count + 1));
             }
         }
         leaving = window;
@@ -137,17 +139,22 @@ TEST_P(FilterKernels, HistogramsSlideAndTheirFullestBandIsFound) {
         auto expected = window;
         for (size_t i = 0; i < expected.size(); ++i)
             expected[i] += entering[i];
-        kernels.slide(window.data(), entering.data(), std::vector<uint32_t>(leaving.size()).data(), bands);
+        kernels.slide(window.data(), entering.data(), std::vector<Word>(leaving.size()).data(), bands);
         ASSERT_EQ(window, expected);
         size_t best = 0;
         for (size_t i = 1; i < window.size(); ++i) {
-            if (window[i] >> 20 > window[best] >> 20) best = i;
+            if (window[i] >> kShift > window[best] >> kShift) best = i;
         }
         ASSERT_EQ(kernels.fullest(window.data(), bands), static_cast<int64_t>(best));
-        kernels.slide(window.data(), std::vector<uint32_t>(leaving.size()).data(), entering.data(), bands);
+        kernels.slide(window.data(), std::vector<Word>(leaving.size()).data(), entering.data(), bands);
         for (size_t i = 0; i < expected.size(); ++i)
             ASSERT_EQ(window[i], expected[i] - entering[i]);
     }
+}
+
+TEST_P(FilterKernels, HistogramsSlideAndTheirFullestBandIsFound) {
+    CheckOilKernels<uint32_t>(random, 2047);
+    CheckOilKernels<uint64_t>(random, (1U << 27) - 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Sets, FilterKernels, testing::Values("plain", "baseline", "avx2", "avx512"),
