@@ -38,8 +38,8 @@ class FractionalBlur {
           nothing_(MakeZeroedBytes(lanes_)),
           down_(MakeZeroedBytes(lanes_)),
           to_(to, plan_, written_.width),
-          inOrder_(&dest == &source ? RowsMeet(dest, to) : MayShareMemory(dest, source)),
-          rowByRow_(!inOrder_ && to.AreApart() && !RowsMeet(dest, to)),
+          inOrder_(&dest == &source ? RowsMayOverlap(dest) : MayShareMemory(dest, source)),
+          rowByRow_(!inOrder_ && to.AreApart() && !RowsMayOverlap(dest)),
           readPixel_(from, plan_, 1, true),
           writePixel_(to, plan_, 1) {
         const BlurKernels* kernels = ActiveBlurKernels();

@@ -5,7 +5,6 @@
 #include <numeric>
 
 #include "image/checked_math.h"
-#include "image/store_overlap.h"
 
 namespace trv {
 
@@ -47,14 +46,6 @@ bool PixelPlaces::AreApart() const {
 ByteExtent PixelPlaces::Extent() const {
     const auto [first, last] = std::ranges::minmax(Offsets());
     return {first, last};
-}
-
-bool RowsMeet(const PictureTRV& image, const PixelPlaces& places) {
-    if (IsRowTable(image)) return false;
-    const ByteExtent extent = places.Extent();
-    const int64_t bytes = SaturatedAdd(SaturatedMultiply(image.Width - 1, image.PixelSize),
-                                       SaturatedSubtract(extent.last, extent.first) + 1);
-    return bytes > (image.RowSize < 0 ? SaturatedSubtract(0, image.RowSize) : image.RowSize);
 }
 
 LanePlan LanesInOrder(const PixelPlaces& places) {

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <span>
 
-#include "image/picture_record.h"
 #include "platform/memory.h"
 #include "spans/convert_span.h"
 
@@ -43,10 +42,6 @@ template <class F, class Image>
         places.offsets[c++] = offset;
     return places;
 }
-
-/// Whether the channels of one row of the image may reach those of another one, as over a caller's memory
-/// with a small `RowSize`.
-[[nodiscard]] bool RowsMeet(const PictureTRV& image, const PixelPlaces& places);
 
 /// Which lane of a pixel is which channel. A lane that is none holds anything.
 struct LanePlan {

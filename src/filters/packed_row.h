@@ -86,9 +86,8 @@ class RowTarget {
 /// program has moved, or its rows meet in it.
 template <class F>
 [[nodiscard]] bool WritesAhead(PictureTRV& source, PictureTRV& dest) {
-    if (&dest != &source) return MayShareMemory(dest, source);
-    const PixelPlaces places = PlacesOf<F>(dest);
-    return !places.AreApart() || RowsMeet(dest, places);
+    return &dest != &source ? MayShareMemory(dest, source)
+                            : !PlacesOf<F>(dest).AreApart() || RowsMayOverlap(dest);
 }
 
 /// The frame of filters whose result at a pixel depends on that pixel alone: calls `work(samples, x, y,

@@ -21,7 +21,9 @@ int64_t BytesInReach(const PictureTRV& record) {
     int64_t offset = 0;
     for (const ChannelField& field : kChannelFields)
         offset = std::max(offset, record.*field.offset);
-    return SaturatedAdd(SaturatedMultiply(record.Width, record.PixelSize), offset + 1);
+    const int64_t lastPixel = SaturatedMultiply(record.Width - 1, record.PixelSize);
+    const int64_t sampleBytes = record.BitsPerComponent > 8 ? 2 : 1;
+    return SaturatedAdd(lastPixel, std::max(record.PixelSize, SaturatedAdd(offset, sampleBytes)));
 }
 
 AddressRange RangeOf(PictureTRV& record) {
@@ -61,9 +63,9 @@ bool MayShareMemory(PictureTRV& a, PictureTRV& b) {
 }
 
 bool RowsMayOverlap(const PictureTRV& record) {
-    if (!IsLinear(record)) return false;
+    if (IsRowTable(record)) return false;
     const int64_t distance = record.RowSize < 0 ? SaturatedSubtract(0, record.RowSize) : record.RowSize;
-    return distance < SaturatedMultiply(record.Width, record.PixelSize);
+    return distance < BytesInReach(record);
 }
 
 bool OrderMatters(PictureTRV& from, PictureTRV& to) {

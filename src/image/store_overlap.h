@@ -20,7 +20,8 @@ namespace trv {
 /// false, as long as no program keeps the address of a mapped image's window.
 [[nodiscard]] bool MayShareMemory(PictureTRV& a, PictureTRV& b);
 
-/// Whether rows of the image may reach the same bytes, as over a caller's memory with a small `RowSize`.
+/// Whether rows of the image may reach the same bytes, as over a caller's memory with a small `RowSize`, or
+/// with channels that a program has moved far behind the pixels.
 [[nodiscard]] bool RowsMayOverlap(const PictureTRV& record);
 
 /// Whether an operation from one image to the other, both open, shows in its result in which order it reads

@@ -91,29 +91,6 @@ TEST(Lanes, ChannelsThatMeetInOneByteAreNotApart) {
     EXPECT_FALSE((PixelPlaces{4, 2, {1, 9, 0, 0, 0}}).AreApart()) << "two pixels further on";
 }
 
-TEST(Lanes, RowsMeetWhereChannelsReachTheNextOne) {
-    const PixelPlaces rgb{3, 3, {0, 1, 2, 0, 0}}, later{3, 3, {30, 31, 32, 0, 0}},
-        wide{3, 3, {0, 1, 5, 0, 0}};
-    PictureTRV image{};
-    image.Width = 10;
-    image.PixelSize = 3;
-    for (const int64_t sign : {1, -1}) {
-        for (const PixelPlaces* places : {&rgb, &later}) {
-            image.RowSize = sign * 30;
-            EXPECT_FALSE(RowsMeet(image, *places)) << "a view counts from its first column";
-            image.RowSize = sign * 29;
-            EXPECT_TRUE(RowsMeet(image, *places));
-        }
-        image.RowSize = sign * 33;
-        EXPECT_FALSE(RowsMeet(image, wide));
-        image.RowSize = sign * 32;
-        EXPECT_TRUE(RowsMeet(image, wide));
-    }
-    image.Width = 1;
-    image.RowSize = 0;
-    EXPECT_TRUE(RowsMeet(image, PixelPlaces{1, 1, {0, 0, 0, 0, 0}})) << "all rows are one";
-}
-
 TEST(Lanes, ARowThatIsNotThereIsZeros) {
     const PixelPlaces rgb{3, 3, {0, 1, 2, 0, 0}};
     LaneReader reader(rgb, ChooseLanes(rgb, rgb, 4), 2, false);
