@@ -155,15 +155,15 @@ TEST_F(FilterFrame, OfTwoFaultsTheFirstOneTestedIsTold) {
 }
 
 TEST_F(FilterFrame, ClosedImagesEndItBeforeAndBehindTheDestination) {
-    const Ref image = NewImage(5, 4, "ImageFormatRGBA"), closed = NewImage(5, 4, "ImageFormatRGBA");
+    const Ref open = NewImage(5, 4, "ImageFormatRGBA"), closed = NewImage(5, 4, "ImageFormatRGBA");
     TheHost().Call(closed, "Close");
     for (const FilterCall& filter : kFilters) {
-        EXPECT_EQ(RefusalOf(filter, closed, image), (Lines{filter.line, "GetRow is nil"}));
+        EXPECT_EQ(RefusalOf(filter, closed, open), (Lines{filter.line, "GetRow is nil"}));
         Lines expected = {filter.line, "StartImage ok", "dest", "GetRow is nil"};
         if (!filter.namesDest) expected.erase(expected.begin() + 2);
-        EXPECT_EQ(RefusalOf(filter, image, closed), expected);
+        EXPECT_EQ(RefusalOf(filter, open, closed), expected);
         EXPECT_EQ(closed.References(), 1) << filter.line;
-        EXPECT_EQ(image.References(), 1) << filter.line;
+        EXPECT_EQ(open.References(), 1) << filter.line;
     }
 }
 

@@ -33,8 +33,8 @@ TEST(UniformIntegers, EveryBitIsChanceAndEveryStreamAnother) {
     EXPECT_GT(values.size(), kValues - 30U);
     for (size_t bit = 0; bit < 32; ++bit) {
         // Seven standard deviations.
-        EXPECT_NEAR(set[bit], kValues / 2, 500) << bit;
-        EXPECT_NEAR(alike[bit], kValues / 2, 500) << bit;
+        EXPECT_NEAR(set[bit], kValues / 2.0, 500) << bit;
+        EXPECT_NEAR(alike[bit], kValues / 2.0, 500) << bit;
     }
 }
 
