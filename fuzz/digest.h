@@ -17,8 +17,8 @@ class Digest {
         for (const char byte : bytes)
             value_ = (value_ ^ static_cast<uint8_t>(byte)) * 0x100000001B3;
     }
-    /// The image's size and the bytes of its rows from their addresses on; only the size of one that is closed
-    /// or has more than `kMostPixels`.
+    /// The image's size and the bytes of its rows from their addresses on; only the size of one that is
+    /// closed or has more than `kMostPixels`.
     void AddImage(const trvhost::Host& host, const trvhost::Ref& image);
     [[nodiscard]] uint64_t Value() const { return value_; }
 

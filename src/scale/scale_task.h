@@ -56,7 +56,8 @@ class ScaleShapes {
 [[nodiscard]] uint8_t* FetchInside(PictureTRV& record, int64_t y);
 
 /// Whether a pass from `from` to `to` must go pixel by pixel in the defined order: the images share memory,
-/// rows that are written lie over each other, or the log is on and a reader could have something to say in it.
+/// rows that are written lie over each other, or the log is on and a reader could have something to say in
+/// it.
 [[nodiscard]] bool NeedsPlainOrder(PictureTRV& from, PictureTRV& to);
 
 }  // namespace trv
