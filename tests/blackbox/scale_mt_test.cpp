@@ -91,6 +91,35 @@ TEST_F(ScaleMT, ASuppliedTempHoldsTheHorizontalResult) {
     EXPECT_EQ(PixelBytes(TheHost(), again), PixelBytes(TheHost(), expected));
 }
 
+TEST_F(ScaleMT, ATempOfAFactoryHoldsTheHorizontalResult) {
+    const MemoryImage source = Memory(40, 300, "ImageFormatRGBA");
+    const Ref expected = NewImage(20, 300, "ImageFormatScaling4"), dest = NewImage(20, 50, "ImageFormatRGBA");
+    ASSERT_TRUE(Plain(dest, source, expected, 5, 20, 50));
+    for (const bool threaded : {false, true}) {
+        const Ref temp = NewImage(20, 300, "ImageFormatScaling4");
+        const Ref factory = TheHost().NewFactory([&](int64_t, int64_t, int64_t) { return temp; });
+        TheHost().Set(source, "Factory", factory);
+        EXPECT_TRUE(threaded ? Threaded(2, dest, source, nullptr, 5, 20, 50)
+                             : Plain(dest, source, nullptr, 5, 20, 50));
+        TheHost().Set(source, "Factory", nullptr);
+        EXPECT_EQ(PixelBytes(TheHost(), temp), PixelBytes(TheHost(), expected)) << threaded;
+    }
+}
+
+TEST_F(ScaleMT, AnImageIntoItselfIsWrittenWhenAllIsRead) {
+    const MemoryImage source = Memory(40, 300, "ImageFormatRGBA");
+    const MemoryImage expected = Memory(40, 300, "ImageFormatRGBA");
+    expected.SetBytes(source.Bytes());
+    ASSERT_TRUE(Plain(expected, source, nullptr, 3, 40, 600));
+    for (const bool threaded : {false, true}) {
+        const MemoryImage image = Memory(40, 300, "ImageFormatRGBA");
+        image.SetBytes(source.Bytes());
+        EXPECT_TRUE(threaded ? Threaded(2, image, image, nullptr, 3, 40, 600)
+                             : Plain(image, image, nullptr, 3, 40, 600));
+        EXPECT_TRUE(image.Bytes() == expected.Bytes()) << threaded;
+    }
+}
+
 TEST_F(ScaleMT, UnsuitableTempsOfAFactoryGoToThePlainScaler) {
     const MemoryImage source = Memory(40, 30, "ImageFormatRGBA");
     const Ref expected = NewImage(20, 50, "ImageFormatRGBA"), dest = NewImage(20, 50, "ImageFormatRGBA");
