@@ -76,8 +76,7 @@ bool CanLosePixels(const PictureTRV& image) {
 /// Whether workers would meet in the same bytes: a pass has them read rows while others write rows, and each
 /// write rows of its own.
 bool WorkersWouldMeet(PictureTRV& source, PictureTRV& temp, PictureTRV& destination) {
-    return MayShareMemory(source, temp) || MayShareMemory(temp, destination) || RowsMayOverlap(temp) ||
-           RowsMayOverlap(destination);
+    return OrderMatters(source, temp) || OrderMatters(temp, destination);
 }
 
 /// The number of threads for these images: none where waiting for workers is not safe, and none where the

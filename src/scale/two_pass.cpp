@@ -48,45 +48,19 @@ bool HoldsWords(const ScaleFamily& family, const PictureTRV& image) {
     return false;
 }
 
-/// The array of lists with the table of a pass in it, for the length of that pass.
+/// The array of lists with a table in it, for the length of one pass.
 class TableStep {
   public:
-    /// The table of the horizontal pass.
-    static TableStep ForColumns(ContributionArray& array, const ScaleTask& task, TableBuilder builder,
-                                PictureTRV* yields) {
-        return {array,
-                {yields, task.source.Width, XScale(task), task.TempColumns(), task.family.name},
-                TableStage::Scale1,
-                TableStage::Scale2,
-                builder};
-    }
-    /// The table of the vertical pass.
-    static TableStep ForRows(ContributionArray& array, const ScaleTask& task, TableBuilder builder,
-                             PictureTRV* yields) {
-        return {array,
-                {yields, task.temp.Height, YScale(task), task.DestinationRows(), task.family.name},
-                TableStage::Scale4,
-                TableStage::Scale5,
-                builder};
-    }
-    ~TableStep() { array_.FreeLists(count_); }
-    TableStep(const TableStep&) = delete;
-    TableStep& operator=(const TableStep&) = delete;
-
-    static double XScale(const ScaleTask& task) {
-        return static_cast<double>(task.width) / static_cast<double>(task.source.Width);
-    }
-    static double YScale(const ScaleTask& task) {
-        return static_cast<double>(task.height) / static_cast<double>(task.source.Height);
-    }
-
-  private:
     TableStep(ContributionArray& array, const TableRequest& request, TableStage shrinking,
               TableStage enlarging, TableBuilder builder)
         : array_(array), count_(request.listCount) {
         builder(1.0 > request.scale ? shrinking : enlarging, request, array.Lists());
     }
+    ~TableStep() { array_.FreeLists(count_); }
+    TableStep(const TableStep&) = delete;
+    TableStep& operator=(const TableStep&) = delete;
 
+  private:
     ContributionArray& array_;
     const int64_t count_;
 };
@@ -99,6 +73,8 @@ class Driver {
           builder_(builder),
           runner_(runner),
           yields_(runner.Yields() ? &task.destination : nullptr),
+          xScale_(static_cast<double>(task.width) / static_cast<double>(task.source.Width)),
+          yScale_(static_cast<double>(task.height) / static_cast<double>(task.source.Height)),
           shapes_(task) {}
 
     [[nodiscard]] bool Run(TempKind tempKind) {
@@ -116,11 +92,11 @@ class Driver {
         ContributionArray contrib;
         (void)contrib.Allocate(task_.width);
         TRV_LOG("contrib", contrib.Lists());
-        TRV_LOG("xScale*1000", TableStep::XScale(task_) * 1000.0);
-        TRV_LOG("yScale*1000", TableStep::YScale(task_) * 1000.0);
+        TRV_LOG("xScale*1000", xScale_ * 1000.0);
+        TRV_LOG("yScale*1000", yScale_ * 1000.0);
         if (!HasLists(contrib)) return false;
         {
-            const TableStep table = TableStep::ForColumns(contrib, task_, builder_, yields_);
+            const TableStep table = ColumnTable(contrib);
             if (!ShapesStay()) return false;
             runner_.Horizontal(HorizontalPass(task_, contrib.Lists()), task_);
             if (!ShapesStay()) return false;
@@ -129,7 +105,7 @@ class Driver {
         if (task_.height > task_.width) (void)contrib.Allocate(task_.height);
         TRV_LOG("contrib", contrib.Lists());
         if (!HasLists(contrib)) return false;
-        const TableStep table = TableStep::ForRows(contrib, task_, builder_, yields_);
+        const TableStep table = RowTable(contrib);
         if (!ShapesStay()) return false;
         runner_.Vertical(VerticalPass(task_, contrib.Lists()), task_);
         return true;
@@ -137,9 +113,9 @@ class Driver {
 
     /// Both tables, then passes that share the work by rows that are in the cache.
     [[nodiscard]] bool RunFused(ContributionArray& columns, ContributionArray& rows) {
-        const TableStep columnTable = TableStep::ForColumns(columns, task_, builder_, yields_);
+        const TableStep columnTable = ColumnTable(columns);
         if (!ShapesStay()) return false;
-        const TableStep rowTable = TableStep::ForRows(rows, task_, builder_, yields_);
+        const TableStep rowTable = RowTable(rows);
         if (!ShapesStay()) return false;
         const HorizontalPass horizontal(task_, columns.Lists());
         const VerticalPass vertical(task_, rows.Lists());
@@ -148,6 +124,19 @@ class Driver {
         if (!ShapesStay()) return false;
         runner_.Vertical(fused.Second(), task_);
         return true;
+    }
+
+    /// The table of the horizontal pass, in `array`.
+    [[nodiscard]] TableStep ColumnTable(ContributionArray& array) const {
+        const TableRequest request{yields_, task_.source.Width, xScale_, task_.TempColumns(),
+                                   task_.family.name};
+        return {array, request, TableStage::Scale1, TableStage::Scale2, builder_};
+    }
+    /// The table of the vertical pass.
+    [[nodiscard]] TableStep RowTable(ContributionArray& array) const {
+        const TableRequest request{yields_, task_.temp.Height, yScale_, task_.DestinationRows(),
+                                   task_.family.name};
+        return {array, request, TableStage::Scale4, TableStage::Scale5, builder_};
     }
 
     [[nodiscard]] bool ShapesStay() const { return shapes_.AreThoseOf(task_); }
@@ -160,6 +149,8 @@ class Driver {
     const TableBuilder builder_;
     PassRunner& runner_;
     PictureTRV* const yields_;
+    const double xScale_;
+    const double yScale_;
     const ScaleShapes shapes_;
 };
 
